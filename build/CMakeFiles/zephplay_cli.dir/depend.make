@@ -1,0 +1,2 @@
+# Empty dependencies file for zephplay_cli.
+# This may be replaced when dependencies are built.

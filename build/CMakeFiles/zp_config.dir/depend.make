@@ -1,0 +1,2 @@
+# Empty dependencies file for zp_config.
+# This may be replaced when dependencies are built.

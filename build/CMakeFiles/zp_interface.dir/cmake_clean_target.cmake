@@ -1,0 +1,3 @@
+file(REMOVE_RECURSE
+  "libzp_interface.a"
+)

@@ -1,0 +1,21 @@
+
+# Consider dependencies only in project.
+set(CMAKE_DEPENDS_IN_PROJECT_ONLY OFF)
+
+# The set of languages for which implicit dependencies are needed:
+set(CMAKE_DEPENDS_LANGUAGES
+  )
+
+# The set of dependency files which are needed:
+set(CMAKE_DEPENDS_DEPENDENCY_FILES
+  "/work/main/src/interface/log/CLogFile2.cpp" "CMakeFiles/zp_log.dir/src/interface/log/CLogFile2.cpp.o" "gcc" "CMakeFiles/zp_log.dir/src/interface/log/CLogFile2.cpp.o.d"
+  "/work/main/src/interface/log/LogAccess.cpp" "CMakeFiles/zp_log.dir/src/interface/log/LogAccess.cpp.o" "gcc" "CMakeFiles/zp_log.dir/src/interface/log/LogAccess.cpp.o.d"
+  )
+
+# Targets to which this target links.
+set(CMAKE_TARGET_LINKED_INFO_FILES
+  "/work/main/build/CMakeFiles/zp_platform.dir/DependInfo.cmake"
+  )
+
+# Fortran module output directory.
+set(CMAKE_Fortran_TARGET_MODULE_DIR "")

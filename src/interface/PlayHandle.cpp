@@ -1,0 +1,39 @@
+#include "interface/PlayHandle.h"
+
+#include <new>
+
+namespace zp {
+
+CBasePlayer* LookupAnyPlayer(const PlayHandle* handle) { return handle != nullptr ? handle->pPlayer : nullptr; }
+
+CBasePlayer* LookupStreamPlayer(const PlayHandle* handle) {
+  return handle != nullptr && handle->nKind == kPlayerKindStream ? handle->pPlayer : nullptr;
+}
+
+CBasePlayer* LookupFilePlayer(const PlayHandle* handle) {
+  return handle != nullptr && handle->nKind == kPlayerKindFile ? handle->pPlayer : nullptr;
+}
+
+int OpenPlayHandle(PlayHandle** out) {
+  if (out == nullptr) {
+    return -1;
+  }
+  auto* handle = new (std::nothrow) PlayHandle();
+  if (handle == nullptr) {
+    return -1;
+  }
+  *out = handle;
+  return 0;
+}
+
+int ClosePlayHandle(PlayHandle* handle) {
+  if (handle == nullptr) {
+    return -1;
+  }
+  // Every kind, known or not, is destroyed through the virtual destructor of the player.
+  delete handle->pPlayer;
+  delete handle;
+  return 0;
+}
+
+}  // namespace zp

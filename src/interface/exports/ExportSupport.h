@@ -1,0 +1,36 @@
+#pragma once
+#include <exception>
+
+#include "interface/PlayHandle.h"
+#include "interface/log/LogAccess.h"
+#include "zephplay.h"
+
+namespace zp {
+
+inline PlayHandle* ToRecord(ZEPHPLAY_PLAYHANDLE* handle) { return reinterpret_cast<PlayHandle*>(handle); }
+
+// Runs body and turns any exception that escapes it into -1 with an error line: nothing may be
+// thrown across the C interface.
+template <typename Body>
+int32_t Guarded(const char* name, Body body) {
+  try {
+    return body();
+  } catch (const std::exception& e) {
+    LogError("%s exception: %s", name, e.what());
+  } catch (...) {
+    LogError("%s unknown exception", name);
+  }
+  return -1;
+}
+
+// The "%s SUC" / "%s FAIL" line of the exports that log their result.
+inline int32_t LogResult(const char* name, int32_t result) {
+  if (result == 0) {
+    LogInfo("%s SUC", name);
+  } else {
+    LogInfo("%s FAIL", name);
+  }
+  return result;
+}
+
+}  // namespace zp

@@ -1,0 +1,32 @@
+#include "platform/CEvent.h"
+
+#include <chrono>
+
+namespace zp::platform {
+
+void CEvent::Set() {
+  std::lock_guard<std::mutex> guard(m_mutex);
+  m_bSet = true;
+  m_cond.notify_all();
+}
+
+void CEvent::Reset() {
+  std::lock_guard<std::mutex> guard(m_mutex);
+  m_bSet = false;
+}
+
+bool CEvent::IsSet() const {
+  std::lock_guard<std::mutex> guard(m_mutex);
+  return m_bSet;
+}
+
+bool CEvent::Wait(uint32_t timeoutMs) const {
+  std::unique_lock<std::mutex> lock(m_mutex);
+  if (timeoutMs == kInfinite) {
+    m_cond.wait(lock, [this] { return m_bSet; });
+    return true;
+  }
+  return m_cond.wait_for(lock, std::chrono::milliseconds(timeoutMs), [this] { return m_bSet; });
+}
+
+}  // namespace zp::platform

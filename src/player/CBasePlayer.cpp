@@ -1,0 +1,7 @@
+#include "player/CBasePlayer.h"
+
+namespace zp {
+
+CBasePlayer::~CBasePlayer() = default;
+
+}  // namespace zp
