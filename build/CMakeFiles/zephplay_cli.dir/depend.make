@@ -1,2 +1,0 @@
-# Empty dependencies file for zephplay_cli.
-# This may be replaced when dependencies are built.

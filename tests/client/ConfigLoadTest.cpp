@@ -1,0 +1,119 @@
+// The configuration is read when the library loads, from files beside the library file. These
+// tests copy the built library into a scratch directory, write the files there, and load the copy
+// in a child process, as a user's program would.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class Scratch {
+ public:
+  Scratch() {
+    std::string pattern = (fs::temp_directory_path() / "zpcfgXXXXXX").string();
+    root = mkdtemp(pattern.data());
+    fs::create_directories(root / "lib");
+    fs::create_directories(root / "app");
+    fs::copy_file(LIBRARY_PATH, root / "lib" / "libzephplay.so");
+    fs::copy_file(PROBE_PATH, root / "app" / "probe");
+  }
+  ~Scratch() {
+    std::error_code ec;
+    fs::remove_all(root, ec);
+  }
+  void Write(const fs::path& rel, const std::string& text) {
+    fs::create_directories((root / rel).parent_path());
+    std::ofstream(root / rel) << text;
+  }
+  // Runs the probe from the app directory on the library copy; env is prefixed to the command.
+  std::map<std::string, std::string> Load(const std::string& env = "") {
+    const std::string cmd = "env -u ZEPHPLAY_LOG_DIR -u ZEPHPLAY_LOG_LEVEL HOME='" + root.string() + "' " + env +
+                            " '" + (root / "app" / "probe").string() + "' '" +
+                            (root / "lib" / "libzephplay.so").string() + "'";
+    std::map<std::string, std::string> out;
+    FILE* p = popen(cmd.c_str(), "r");
+    if (p == nullptr) {
+      return out;
+    }
+    char line[4096];
+    while (fgets(line, sizeof(line), p) != nullptr) {
+      std::string s(line);
+      if (!s.empty() && s.back() == '\n') {
+        s.pop_back();
+      }
+      const auto eq = s.find('=');
+      if (eq != std::string::npos) {
+        out[s.substr(0, eq)] = s.substr(eq + 1);
+      }
+    }
+    EXPECT_EQ(pclose(p), 0) << cmd;
+    return out;
+  }
+  fs::path root;
+};
+
+}  // namespace
+
+TEST(ConfigLoad, WithoutAFileEveryKeyHasItsDefault) {
+  Scratch s;
+  auto v = s.Load();
+  EXPECT_EQ(v["config"], (s.root / "lib" / "libzephplay.ini").string());
+  EXPECT_EQ(v["appdir"], (s.root / "app").string() + "/");
+  EXPECT_EQ(v["H264"], "-1");
+  EXPECT_EQ(v["DefaultAudioCoder"], "1");
+  EXPECT_EQ(v["VideoMinDelay"], "2000");
+  EXPECT_EQ(v["VideoMaxDelay"], "6000");
+  EXPECT_EQ(v["VideoDelayEnable"], "1");
+  EXPECT_EQ(v["WriteFile"], "0");
+  EXPECT_EQ(v["log"], (s.root / ".local/state/zephplay/libzephplay.log").string());
+  EXPECT_EQ(v["loglevel"], "1");
+}
+
+TEST(ConfigLoad, KeysBesideTheLibraryAreRead) {
+  Scratch s;
+  s.Write("lib/libzephplay.ini",
+          "[FixedDecoder]\nH264=1\n"
+          "[CONFIG]\nDefaultAudioCoder=7\nVideoMinDelay=500\nVideoMaxDelay=800\nVideoDelayEnable=0\n"
+          "WriteFile=1\nLogDir=" + (s.root / "mylogs").string() + "\nLogLevel=2\n");
+  auto v = s.Load();
+  EXPECT_EQ(v["H264"], "1");
+  EXPECT_EQ(v["DefaultAudioCoder"], "7");
+  EXPECT_EQ(v["VideoMinDelay"], "500");
+  EXPECT_EQ(v["VideoMaxDelay"], "800");
+  EXPECT_EQ(v["VideoDelayEnable"], "0");
+  // WriteFile is read from the application directory only.
+  EXPECT_EQ(v["WriteFile"], "0");
+  EXPECT_EQ(v["log"], (s.root / "mylogs" / "libzephplay.log").string());
+  EXPECT_EQ(v["loglevel"], "2");
+
+  s.Write("lib/libzephplay.ini", "[FixedDecoder]\nH264=5\n");
+  EXPECT_EQ(s.Load()["H264"], "5");
+}
+
+TEST(ConfigLoad, WriteFileFollowsTheApplicationDirectoryRule) {
+  Scratch s;
+  s.Write("app/libzephplay.ini", "[CONFIG]\nWriteFile=1\n");
+  EXPECT_EQ(s.Load()["WriteFile"], "1");
+
+  s.Write("lib/AppPath.INI", "[APPPATH]\nSRC_TYPE=1\nAPPEND=../conf\n");
+  s.Write("conf/libzephplay.ini", "[CONFIG]\nWriteFile=4\n");
+  auto v = s.Load();
+  EXPECT_EQ(v["appdir"], (s.root / "conf").string() + "/");
+  EXPECT_EQ(v["WriteFile"], "4");
+}
+
+TEST(ConfigLoad, TheEnvironmentOverridesTheLogSettings) {
+  Scratch s;
+  s.Write("lib/libzephplay.ini", "[CONFIG]\nLogDir=/nonexistent/never\nLogLevel=2\n");
+  auto v = s.Load("ZEPHPLAY_LOG_DIR='" + (s.root / "envlogs").string() + "' ZEPHPLAY_LOG_LEVEL=0");
+  EXPECT_EQ(v["log"], (s.root / "envlogs" / "libzephplay.log").string());
+  EXPECT_EQ(v["loglevel"], "0");
+}

@@ -1,0 +1,231 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "common/CFrameQueue.h"
+
+using zp::CFrameQueue;
+using zp::QueueFrameHead;
+
+namespace {
+
+std::vector<uint8_t> Bytes(uint32_t n, uint8_t seed) {
+  std::vector<uint8_t> v(n);
+  for (uint32_t i = 0; i < n; ++i) {
+    v[i] = static_cast<uint8_t>(seed + i * 7);
+  }
+  return v;
+}
+
+int Push(CFrameQueue& q, uint32_t type, uint64_t stamp, const std::vector<uint8_t>& data) {
+  QueueFrameHead head{type, static_cast<uint32_t>(data.size()), stamp};
+  return q.WriteFrame(head, data.data());
+}
+
+struct Popped {
+  QueueFrameHead head;
+  std::vector<uint8_t> data;
+};
+
+Popped PopOne(CFrameQueue& q) {
+  Popped out;
+  std::vector<uint8_t> buf(1 << 16);
+  EXPECT_EQ(q.Pop(&out.head, buf.data()), 1);
+  out.data.assign(buf.begin(), buf.begin() + out.head.nLength);
+  return out;
+}
+
+}  // namespace
+
+TEST(FrameQueue, HoldsAtMostTheFramesItWasMadeFor) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(3, 1000), 1);
+  EXPECT_EQ(q.SlotCount(), 4u);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_FALSE(q.IsFull());
+    EXPECT_EQ(Push(q, 1, i, Bytes(10, i)), 1);
+  }
+  EXPECT_TRUE(q.IsFull());
+  EXPECT_EQ(Push(q, 1, 9, Bytes(10, 9)), 0);
+  EXPECT_EQ(q.GetFrameNum(), 3);
+  EXPECT_EQ(q.UsedBytes(), 30u);
+  PopOne(q);
+  EXPECT_FALSE(q.IsFull());
+  EXPECT_EQ(Push(q, 1, 9, Bytes(10, 9)), 1);
+}
+
+TEST(FrameQueue, RefusesAFrameLongerThanTheFreeBytesAndStaysIntact) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(10, 100), 1);
+  ASSERT_EQ(Push(q, 5, 1000, Bytes(60, 1)), 1);
+  EXPECT_EQ(Push(q, 5, 2000, Bytes(41, 2)), 0);
+  EXPECT_EQ(q.GetFrameNum(), 1);
+  EXPECT_EQ(q.FreeBytes(), 40u);
+  EXPECT_EQ(Push(q, 5, 3000, Bytes(40, 3)), 1);
+  EXPECT_EQ(q.FreeBytes(), 0u);
+  Popped a = PopOne(q);
+  EXPECT_EQ(a.head.u64Stamp, 1000u);
+  EXPECT_EQ(a.data, Bytes(60, 1));
+  EXPECT_EQ(PopOne(q).data, Bytes(40, 3));
+  EXPECT_EQ(q.Pop(nullptr, nullptr), 0);
+}
+
+TEST(FrameQueue, FramesThatWrapTheRingComeBackWholeAndInOrder) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(4, 100), 1);
+  // Shift the positions so that later frames straddle the end of the ring.
+  ASSERT_EQ(Push(q, 1, 1, Bytes(70, 0)), 1);
+  PopOne(q);
+  for (uint8_t round = 0; round < 20; ++round) {
+    ASSERT_EQ(Push(q, 2, round, Bytes(45, round)), 1);
+    ASSERT_EQ(Push(q, 3, round + 100, Bytes(33, round + 50)), 1);
+    Popped a = PopOne(q);
+    Popped b = PopOne(q);
+    EXPECT_EQ(a.head.nType, 2u);
+    EXPECT_EQ(a.data, Bytes(45, round));
+    EXPECT_EQ(b.head.u64Stamp, round + 100u);
+    EXPECT_EQ(b.data, Bytes(33, round + 50));
+  }
+  EXPECT_EQ(q.FreeBytes(), 100u);
+}
+
+TEST(FrameQueue, WriteFrame2JoinsTwoPiecesAndChecksTheTotal) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(4, 64), 1);
+  const auto a = Bytes(5, 1);
+  const auto b = Bytes(9, 2);
+  EXPECT_EQ(q.WriteFrame2(QueueFrameHead{7, 13, 1}, a.data(), 5, b.data(), 9), 0);
+  ASSERT_EQ(q.WriteFrame2(QueueFrameHead{7, 14, 1}, a.data(), 5, b.data(), 9), 1);
+  std::vector<uint8_t> joined(a);
+  joined.insert(joined.end(), b.begin(), b.end());
+  EXPECT_EQ(PopOne(q).data, joined);
+}
+
+TEST(FrameQueue, PopIfFitsReportsTheNeededSizeAndKeepsTheFrame) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(4, 64), 1);
+  uint8_t buf[64];
+  QueueFrameHead head;
+  uint32_t size = 64;
+  EXPECT_EQ(q.PopIfFits(&head, buf, &size), 0);
+  EXPECT_EQ(size, 0u);
+  ASSERT_EQ(Push(q, 1, 5, Bytes(20, 4)), 1);
+  size = 19;
+  EXPECT_EQ(q.PopIfFits(&head, buf, &size), 0);
+  EXPECT_EQ(size, 20u);
+  EXPECT_EQ(q.GetFrameNum(), 1);
+  EXPECT_EQ(q.PopIfFits(&head, buf, &size), 1);
+  EXPECT_EQ(std::vector<uint8_t>(buf, buf + 20), Bytes(20, 4));
+}
+
+TEST(FrameQueue, SpansAndPeeks) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(8, 256), 1);
+  uint32_t span = 123;
+  EXPECT_EQ(q.GetFrameSpan(&span), 0);
+  EXPECT_EQ(q.GetFrameSpan(), 0u);
+  uint32_t gap = 0;
+  EXPECT_EQ(q.HeadGapMs(&gap), 0);
+  ASSERT_EQ(Push(q, 10, 5'000'000, Bytes(4, 0)), 1);
+  EXPECT_EQ(q.HeadGapMs(&gap), 0);
+  ASSERT_EQ(Push(q, 11, 5'040'000, Bytes(4, 0)), 1);
+  ASSERT_EQ(Push(q, 12, 6'500'999, Bytes(4, 0)), 1);
+  EXPECT_EQ(q.GetFrameSpan(&span), 1);
+  EXPECT_EQ(span, 1500u);
+  EXPECT_EQ(q.HeadGapMs(&gap), 1);
+  EXPECT_EQ(gap, 40u);
+  uint32_t type = 0;
+  uint64_t stamp = 0;
+  EXPECT_EQ(q.PeekHeader(&type, &stamp), 1);
+  EXPECT_EQ(type, 10u);
+  EXPECT_EQ(stamp, 5'000'000u);
+  const uint32_t wanted[] = {99, 12, 11};
+  EXPECT_EQ(q.FindStampOfTypes(wanted, 3, &stamp), 1);
+  EXPECT_EQ(stamp, 5'040'000u);
+  const uint32_t absent[] = {99};
+  EXPECT_EQ(q.FindStampOfTypes(absent, 1, &stamp), 0);
+  // A newest stamp below the head stamp is reported as an unusable span.
+  ASSERT_EQ(Push(q, 13, 1'000, Bytes(4, 0)), 1);
+  EXPECT_EQ(q.GetFrameSpan(&span), 1);
+  EXPECT_EQ(span, 0xFFFFFFFFu);
+}
+
+TEST(FrameQueue, ClearFrameConsumesThroughTheFirstLaterFrame) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(8, 256), 1);
+  for (uint64_t s : {100u, 200u, 300u, 400u}) {
+    ASSERT_EQ(Push(q, 1, s, Bytes(8, static_cast<uint8_t>(s))), 1);
+  }
+  q.ClearFrame(200);
+  uint64_t head = 0;
+  ASSERT_EQ(q.PeekStamp(&head), 1);
+  EXPECT_EQ(head, 400u);
+  q.ClearFrame(1000);
+  EXPECT_EQ(q.GetFrameNum(), 0);
+  EXPECT_EQ(q.FreeBytes(), 256u);
+}
+
+TEST(FrameQueue, ReserveAndKeepType) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(16, 4096), 1);
+  for (uint8_t i = 0; i < 10; ++i) {
+    ASSERT_EQ(Push(q, i % 3 == 0 ? 7 : 8, i, Bytes(100 + i, i)), 1);
+  }
+  q.KeepType(7, 3);  // type 7 at 0, 3, 6, 9; the oldest goes to leave three
+  ASSERT_EQ(q.GetFrameNum(), 3);
+  for (uint8_t i : {3, 6, 9}) {
+    Popped p = PopOne(q);
+    EXPECT_EQ(p.head.nType, 7u);
+    EXPECT_EQ(p.head.u64Stamp, i);
+    EXPECT_EQ(p.data, Bytes(100 + i, i));
+  }
+  EXPECT_EQ(q.FreeBytes(), 4096u);
+  for (uint8_t i = 0; i < 6; ++i) {
+    ASSERT_EQ(Push(q, 1, i, Bytes(10, i)), 1);
+  }
+  q.ReserveFrameEx(2);
+  EXPECT_EQ(q.GetFrameNum(), 2);
+  EXPECT_EQ(PopOne(q).head.u64Stamp, 4u);
+}
+
+TEST(FrameQueue, ResizeKeepsFramesAndRefusesToShrinkBelowUse) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(4, 100), 1);
+  ASSERT_EQ(Push(q, 1, 1, Bytes(70, 0)), 1);
+  PopOne(q);
+  ASSERT_EQ(Push(q, 2, 2, Bytes(50, 2)), 1);  // wraps
+  ASSERT_EQ(Push(q, 3, 3, Bytes(30, 3)), 1);
+  EXPECT_EQ(q.Resize(10, 79), 0);
+  EXPECT_EQ(q.Capacity(), 100u);
+  EXPECT_EQ(q.GetFrameNum(), 2);
+  ASSERT_EQ(q.Resize(10, 300), 1);
+  EXPECT_EQ(q.SlotCount(), 11u);
+  EXPECT_EQ(q.FreeBytes(), 220u);
+  ASSERT_EQ(Push(q, 4, 4, Bytes(200, 4)), 1);
+  EXPECT_EQ(PopOne(q).data, Bytes(50, 2));
+  EXPECT_EQ(PopOne(q).data, Bytes(30, 3));
+  EXPECT_EQ(PopOne(q).data, Bytes(200, 4));
+  EXPECT_EQ(q.Resize(1, 300), 1);
+  EXPECT_EQ(q.SlotCount(), 2u);
+}
+
+TEST(FrameQueue, ResetEmptiesWithoutFreeing) {
+  CFrameQueue q;
+  ASSERT_EQ(q.Init(4, 100), 1);
+  ASSERT_EQ(Push(q, 1, 1, Bytes(60, 0)), 1);
+  q.Reset();
+  EXPECT_EQ(q.GetFrameNum(), 0);
+  EXPECT_EQ(q.FreeBytes(), 100u);
+  EXPECT_EQ(q.Capacity(), 100u);
+  EXPECT_EQ(Push(q, 1, 1, Bytes(100, 0)), 1);
+}
+
+TEST(FrameQueue, AnUninitialisedQueueRefusesEverything) {
+  CFrameQueue q;
+  EXPECT_EQ(Push(q, 1, 1, Bytes(1, 0)), 0);
+  EXPECT_EQ(q.Pop(nullptr, nullptr), 0);
+  EXPECT_FALSE(q.IsFull());
+  EXPECT_EQ(q.Init(UINT32_MAX, 10), 0);
+  EXPECT_EQ(Push(q, 1, 1, Bytes(1, 0)), 0);
+}

@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "TempDir.h"
+#include "interface/log/CLogFile2.h"
+
+using zp::CLogFile2;
+
+namespace {
+
+std::string ReadAll(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+}  // namespace
+
+TEST(LogFile, WritesLinesAtOrAboveTheThresholdWithTheirLevel) {
+  TempDir dir;
+  CLogFile2 log((dir.path() / "logs").string(), 1);
+  log.SetLogName("libzephplay");
+  log.WriteStrInfoEx(0, "%s hidden", "Detail");
+  log.WriteStrInfoEx(1, "%s SUC", "ZEPHPLAY_Test");
+  log.WriteStrInfoEx(2, "%s failed %d", "CSomething::Do", -3);
+  const uint8_t bytes[18] = {0x00, 0x01, 0xAB, 0xFF, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17};
+  log.WriteHex(1, "head", bytes, sizeof(bytes));
+  log.Close();
+  log.WriteStrInfoEx(2, "%s after close", "Late");
+
+  EXPECT_EQ(log.FilePath(), (dir.path() / "logs" / "libzephplay.log").string());
+  const std::string text = ReadAll(log.FilePath());
+  EXPECT_EQ(text.find("hidden"), std::string::npos);
+  EXPECT_NE(text.find("[info] [") , std::string::npos);
+  EXPECT_NE(text.find("ZEPHPLAY_Test SUC"), std::string::npos);
+  EXPECT_NE(text.find("[error]"), std::string::npos);
+  EXPECT_NE(text.find("CSomething::Do failed -3"), std::string::npos);
+  EXPECT_NE(text.find("00 01 AB FF 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F"), std::string::npos);
+  EXPECT_NE(text.find("] 10 11\n"), std::string::npos);
+  EXPECT_EQ(text.find("after close"), std::string::npos);
+}
+
+TEST(LogFile, AnUnwritableDirectoryLeavesTheLogSilent) {
+  TempDir dir;
+  const std::string blocker = dir.File("file", "x");
+  CLogFile2 log(blocker + "/sub", 0);
+  log.SetLogName("libzephplay");
+  log.WriteStrInfoEx(2, "%s nowhere to go", "Test");
+  log.WriteHex(2, "t", "abc", 3);
+  SUCCEED();
+}

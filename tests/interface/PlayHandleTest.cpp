@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include "interface/PlayHandle.h"
+#include "interface/config/Settings.h"
+
+using namespace zp;
+
+namespace {
+
+class CountingPlayer : public CBasePlayer {
+ public:
+  explicit CountingPlayer(int* destroyed) : m_destroyed(destroyed) {}
+  ~CountingPlayer() override { ++*m_destroyed; }
+
+ private:
+  int* m_destroyed;
+};
+
+}  // namespace
+
+TEST(PlayHandle, LookupsFollowTheKind) {
+  PlayHandle* h = nullptr;
+  ASSERT_EQ(OpenPlayHandle(&h), 0);
+  ASSERT_NE(h, nullptr);
+  EXPECT_EQ(h->nKind, kPlayerKindFile);
+  // A fresh handle has no player: every lookup fails.
+  EXPECT_EQ(LookupAnyPlayer(h), nullptr);
+  EXPECT_EQ(LookupFilePlayer(h), nullptr);
+  EXPECT_EQ(LookupStreamPlayer(h), nullptr);
+
+  int destroyed = 0;
+  h->pPlayer = new CountingPlayer(&destroyed);
+  EXPECT_EQ(LookupAnyPlayer(h), h->pPlayer);
+  EXPECT_EQ(LookupFilePlayer(h), h->pPlayer);
+  EXPECT_EQ(LookupStreamPlayer(h), nullptr);
+  h->nKind = kPlayerKindStream;
+  EXPECT_EQ(LookupFilePlayer(h), nullptr);
+  EXPECT_EQ(LookupStreamPlayer(h), h->pPlayer);
+  h->nKind = 7;
+  EXPECT_EQ(LookupAnyPlayer(h), h->pPlayer);
+  EXPECT_EQ(LookupFilePlayer(h), nullptr);
+  EXPECT_EQ(LookupStreamPlayer(h), nullptr);
+
+  EXPECT_EQ(ClosePlayHandle(h), 0);
+  EXPECT_EQ(destroyed, 1);
+  EXPECT_EQ(LookupAnyPlayer(nullptr), nullptr);
+  EXPECT_EQ(ClosePlayHandle(nullptr), -1);
+  EXPECT_EQ(OpenPlayHandle(nullptr), -1);
+}
+
+TEST(PlayHandle, ClosingAFreshHandleSucceeds) {
+  PlayHandle* h = nullptr;
+  ASSERT_EQ(OpenPlayHandle(&h), 0);
+  EXPECT_EQ(ClosePlayHandle(h), 0);
+}
+
+TEST(Settings, AudioGainIsClampedToItsRange) {
+  EXPECT_EQ(Settings::ClampAudioGain(0.5), 1.0);
+  EXPECT_EQ(Settings::ClampAudioGain(1.0), 1.0);
+  EXPECT_EQ(Settings::ClampAudioGain(3.0), 3.0);
+  EXPECT_EQ(Settings::ClampAudioGain(25.0), 25.0);
+  EXPECT_EQ(Settings::ClampAudioGain(30.0), 25.0);
+  EXPECT_EQ(Settings::ClampAudioGain(-1e300), 1.0);
+  EXPECT_EQ(Settings::ClampAudioGain(std::numeric_limits<double>::quiet_NaN()), 1.0);
+}
