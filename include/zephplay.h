@@ -110,6 +110,124 @@ typedef struct ZEPHPLAY_LIBRARY_INFO {
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetLibraryInfo(ZEPHPLAY_LIBRARY_INFO* info);
 
+/* ---------------------------------------------------------------------------------------------
+ * Recording writer and reader
+ *
+ * A writer records frames into a GREC recording (a 512-byte head, the tagged frames, a key-frame
+ * index written at close); a path ending in ".mp4" asks for an MP4 recording instead, which this
+ * build cannot write yet (the open fails and the log says so). A reader gives the information of
+ * a GREC recording. Handles are the objects themselves: valid from a successful open until the
+ * matching close, which frees them. A handle must not be used by two threads at once for
+ * opening or closing; writing and reading calls on one handle are serialised by the handle.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Opaque recording writer handle. */
+typedef struct ZEPHPLAY_WRITER ZEPHPLAY_WRITER;
+/** Opaque recording reader handle. */
+typedef struct ZEPHPLAY_READER ZEPHPLAY_READER;
+
+/** What ZEPHPLAY_ReadFileInfo reports (20 bytes). The date fields come unconverted from the
+ *  head: wYear holds the year minus 2000. */
+typedef struct ZEPHPLAY_RECORD_INFO {
+  uint16_t wYear;
+  uint16_t wMonth;
+  uint16_t wReserved1;  /**< 0 */
+  uint16_t wDay;
+  uint16_t wHour;
+  uint16_t wMinute;
+  uint16_t wSecond;
+  uint16_t wReserved2;  /**< 0 */
+  uint32_t nTotalMinSecond; /**< (stamp of the last key frame - stamp of the first) in ms */
+} ZEPHPLAY_RECORD_INFO;
+
+/**
+ * Starts a new recording at path (replacing any file there) and stores the writer in *writer.
+ * Returns 0; -1 when writer or path is NULL, the file cannot be created, or path ends in
+ * ".mp4". *writer is untouched on failure.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenWriter(ZEPHPLAY_WRITER** writer, const char* path);
+
+/** As ZEPHPLAY_OpenWriter with a wide-character path. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenWriterW(ZEPHPLAY_WRITER** writer, const wchar_t* path);
+
+/**
+ * Opens path for recording: a closed GREC recording there is appended to (new frames follow
+ * the old ones, one index covers both), anything else is started again; a missing file is
+ * created. *recordedMs (may be NULL) receives the milliseconds already recorded (0 for a new
+ * recording). Returns 0; -1 as for ZEPHPLAY_OpenWriter.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenWriterEx(ZEPHPLAY_WRITER** writer, const char* path,
+                                                      uint32_t* recordedMs);
+
+/** As ZEPHPLAY_OpenWriterEx with a wide-character path. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenWriterWEx(ZEPHPLAY_WRITER** writer, const wchar_t* path,
+                                                       uint32_t* recordedMs);
+
+/**
+ * Sets the start date and time that closing writes into the head (instead of the time of day
+ * of the first frame): year (e.g. 2026), month, day, seconds since midnight; use 0 stores them
+ * without using them. Returns 0; 1 when year is 0 (the begin time is then unset); -1 for a
+ * NULL writer.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetFileBeginTime(ZEPHPLAY_WRITER* writer, uint32_t use, uint32_t year,
+                                                          uint32_t month, uint32_t day, uint32_t secondsOfDay);
+
+/**
+ * Replaces the recording's head with the first 456 bytes of head (for instance one that
+ * ZEPHPLAY_GetFileHead filled); the index offset in it stays the writer's. Returns 0; -1 for a
+ * NULL writer or head, length below 456, or a write failure.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetFileHead(ZEPHPLAY_WRITER* writer, const uint8_t* head,
+                                                     uint32_t length);
+
+/**
+ * Writes one frame of length bytes (data may be NULL only when length is 0). tag is the frame's
+ * tag or player frame type (its low byte is cleared): 0x63643000 key frame, 0x63643100 other
+ * video, 0x62773100 audio with stamp, anything else a frame without stamp. stamp is in
+ * microseconds. *payloadOffset and *nextOffset (each may be NULL) receive the file offset of
+ * the payload and the file position after the frame. Returns 0; -1 for a NULL writer, a write
+ * failure, or a recording that would pass 4 GiB.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_WriteFrame(ZEPHPLAY_WRITER* writer, const uint8_t* data, uint32_t length,
+                                                    uint32_t tag, uint64_t stamp, uint32_t* payloadOffset,
+                                                    uint32_t* nextOffset);
+
+/** Writes the index and the final head, closes the file and frees the writer. Returns 0; -1
+ *  for a NULL writer. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseWriter(ZEPHPLAY_WRITER* writer);
+
+/**
+ * Opens the GREC recording at path for its information and stores the reader in *reader.
+ * Returns 0; -1 when reader or path is NULL, memory runs out, or the file is missing, is not
+ * a GREC recording or holds no stamped frame.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenReader(ZEPHPLAY_READER** reader, const char* path);
+
+/** Fills *info. Returns 0; -1 for a NULL reader or info. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ReadFileInfo(ZEPHPLAY_READER* reader, ZEPHPLAY_RECORD_INFO* info);
+
+/**
+ * Writes to *offset the file offset of the key frame that playback would start from ms
+ * milliseconds after the recording's first stamp. Returns 0; 1 when ms lies beyond the
+ * recording; -1 for a NULL reader or offset.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ReadTimeOffset(ZEPHPLAY_READER* reader, uint32_t ms, uint32_t* offset);
+
+/** Closes the file and frees the reader. Returns 0; -1 for a NULL reader. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseReader(ZEPHPLAY_READER* reader);
+
+/** Writes the length of a recording head (512) to *length. Returns 0; -1 when length is NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileHeadLength(uint32_t* length);
+
+/**
+ * Fills the fields of a recording head in buffer (magic, format, the current local time as
+ * start and end, the fixed values) and sets *length to 512; the other bytes of buffer are left
+ * as given. *length is the buffer's capacity on entry: 456 bytes suffice, because the last 56
+ * bytes of a head are never written. Returns 0; -1 when buffer or length is NULL or the
+ * capacity is below 456.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileHead(uint8_t* buffer, uint32_t* length);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1,0 +1,122 @@
+#include "media/CParseData.h"
+
+#include <cstring>
+#include <new>
+
+#include "common/CAutoLock.h"
+#include "media/TagScan.h"
+
+namespace zp {
+
+namespace {
+
+// Bytes kept after a search that found nothing: a tag cut after its first 1 to 3 bytes, with
+// the length field behind it, still fits.
+constexpr int32_t kSyncTail = 7;
+// A candidate needs its tag and length word in the buffer.
+constexpr int32_t kSyncMinimum = 8;
+
+}  // namespace
+
+CParseData::~CParseData() { delete[] m_pBuffer; }
+
+void CParseData::SetBufferSize(uint32_t size) {
+  delete[] m_pBuffer;
+  m_pBuffer = nullptr;
+  m_nCapacity = 0;
+  m_nDataLength = 0;
+  m_nParsePos = 0;
+  if (size > static_cast<uint32_t>(INT32_MAX)) {
+    return;
+  }
+  m_pBuffer = new (std::nothrow) uint8_t[size];
+  if (m_pBuffer != nullptr) {
+    m_nCapacity = static_cast<int32_t>(size);
+  }
+}
+
+void CParseData::Reset() {
+  m_nDataLength = 0;
+  m_nParsePos = 0;
+}
+
+bool CParseData::IsFull(uint32_t length) const {
+  // Widened: a length of 2^31 or more must count as not fitting rather than wrap.
+  return static_cast<int64_t>(m_nDataLength) + length > m_nCapacity;
+}
+
+int CParseData::InputData(const uint8_t* data, uint32_t length) {
+  CAutoLock lock(&m_Lock);
+  if (IsFull(length)) {
+    return 1;
+  }
+  if (length == 0) {
+    return 0;
+  }
+  std::memcpy(m_pBuffer + m_nDataLength, data, length);
+  m_nDataLength += static_cast<int32_t>(length);
+  return 0;
+}
+
+int32_t CParseData::FindSync(const uint8_t* buffer, int32_t start, int32_t end) {
+  return static_cast<int32_t>(FindTag<IsStreamTagWord>(buffer, start, end));
+}
+
+void CParseData::KeepTail(int32_t from) {
+  const int32_t kept = m_nDataLength - from;
+  if (kept > 0 && from > 0) {
+    std::memmove(m_pBuffer, m_pBuffer + from, static_cast<size_t>(kept));
+  }
+  m_nDataLength = kept > 0 ? kept : 0;
+  m_nParsePos = 0;
+}
+
+StreamFrame* CParseData::GetFrame() {
+  if (m_nDataLength - m_nParsePos < kSyncMinimum) {
+    return nullptr;
+  }
+  const int32_t p = FindSync(m_pBuffer, m_nParsePos, m_nDataLength);
+  if (p < 0) {
+    if (m_nDataLength >= kSyncTail) {
+      KeepTail(m_nDataLength - kSyncTail);
+    }
+    m_nParsePos = 0;
+    return nullptr;
+  }
+  const uint8_t* head = m_pBuffer + p;
+  const uint32_t tag = ReadU32(head);
+  const int64_t headLength = GetHeadLength(tag);
+  const int64_t length = ReadU32(head + 4);
+  // 64-bit sum: a length field near 2^32 must leave the frame incomplete, not wrap to "done".
+  if (p + headLength + length <= m_nDataLength) {
+    m_Frame.pData = head + headLength;
+    m_Frame.nLength = static_cast<uint32_t>(length);
+    m_Frame.nTag = tag;
+    m_Frame.nPayloadOffset = static_cast<uint32_t>(p + headLength);
+    m_Frame.u64Stamp = GetStamp(head, tag);
+    return &m_Frame;
+  }
+  if (p != 0) {
+    KeepTail(p);  // everything before the tag is consumed data or garbage
+  }
+  return nullptr;
+}
+
+void CParseData::ReleaseFrame(StreamFrame* frame) {
+  if (frame == nullptr) {
+    return;
+  }
+  m_nParsePos = static_cast<int32_t>(frame->nPayloadOffset + frame->nLength);
+  frame->pData = nullptr;
+  frame->nTag = 0;
+  frame->nLength = 0;
+}
+
+void CParseData::Compact() {
+  if (m_nParsePos == 0 || m_nDataLength <= 0) {
+    return;
+  }
+  KeepTail(m_nParsePos);
+}
+
+}  // namespace zp

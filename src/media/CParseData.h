@@ -1,0 +1,61 @@
+#pragma once
+#include <cstdint>
+
+#include "common/CMutexLock.h"
+#include "media/FrameFormat.h"
+
+namespace zp {
+
+// Cuts a byte stream, delivered in pieces of any size and possibly with garbage between frames,
+// into tagged frames, in place: frames are returned as views into the parse buffer.
+//
+// Calling order of a feeder: GetFrame / ReleaseFrame until GetFrame returns null (a frame that
+// the consumer cannot take yet is simply not released and comes back on the next GetFrame),
+// then Compact, then InputData with the next piece. Only InputData takes the lock; the other
+// operations belong to the feeding thread and must not overlap one another.
+//
+// Between calls the buffer holds consumed bytes before the parse position, then at most one
+// partial frame or a tail of up to 7 bytes kept so that a tag cut across two pieces is found.
+// A frame whose header and payload exceed the capacity can never complete: InputData then
+// refuses every piece until Reset.
+class CParseData {
+ public:
+  CParseData() = default;
+  virtual ~CParseData();
+  CParseData(const CParseData&) = delete;
+  CParseData& operator=(const CParseData&) = delete;
+
+  // Frees any buffer and allocates `size` bytes; on allocation failure the parser stays without
+  // a buffer (capacity 0) and refuses every non-empty piece.
+  void SetBufferSize(uint32_t size);
+  // Forgets every held byte; the buffer stays.
+  void Reset();
+  // True when `length` more bytes do not fit.
+  bool IsFull(uint32_t length) const;
+  // Appends a piece: 0, or 1 (nothing copied) when it does not fit.
+  int InputData(const uint8_t* data, uint32_t length);
+  // The next complete frame, or null when none is buffered. The view lives until the next
+  // InputData, Compact, Reset or GetFrame.
+  StreamFrame* GetFrame();
+  // Consumes the frame that GetFrame returned.
+  void ReleaseFrame(StreamFrame* frame);
+  // Moves the unconsumed bytes to the buffer start.
+  void Compact();
+  int32_t GetFreeSize() const { return m_nCapacity - m_nDataLength; }
+
+  // Offset of the first recognised stream tag at or after `start` that leaves at least 8 bytes
+  // before `end`, or -1.
+  static int32_t FindSync(const uint8_t* buffer, int32_t start, int32_t end);
+
+ private:
+  void KeepTail(int32_t from);
+
+  CMutexLock m_Lock;
+  uint8_t* m_pBuffer = nullptr;
+  int32_t m_nCapacity = 0;
+  int32_t m_nDataLength = 0;
+  int32_t m_nParsePos = 0;
+  StreamFrame m_Frame;
+};
+
+}  // namespace zp
