@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ostream>
 #include <set>
 #include <string>
 
@@ -50,6 +51,11 @@ struct Case {
   int gop;
   bool bFrames;
 };
+
+void PrintTo(const Case& c, std::ostream* os) {
+  *os << (c.codec == VideoCodec::H264 ? "H.264 " : "H.265 ") << c.width << "x" << c.height << ", " << c.frames
+      << " frames, gop " << c.gop << (c.bFrames ? ", B-frames" : "");
+}
 
 class EncodeVideoTest : public ::testing::TestWithParam<Case> {};
 

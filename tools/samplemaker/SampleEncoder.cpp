@@ -1,5 +1,6 @@
 #include "SampleEncoder.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <memory>

@@ -1,4 +1,5 @@
 // zephplay-samplemaker: makes synthetic sample streams and recordings for libzephplay.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -10,6 +11,9 @@
 
 #include "SampleEncoder.h"
 #include "StreamWriter.h"
+#ifdef ZP_SAMPLES_HAVE_GREC
+#include "GrecWriter.h"
+#endif
 
 namespace {
 
@@ -19,12 +23,13 @@ const char kUsage[] =
     "Usage: zephplay-samplemaker [options] -o FILE\n"
     "Makes synthetic sample material for libzephplay: a moving picture and a tone, encoded and\n"
     "stamped in microseconds, written as a raw tagged stream as a recorder sends it, a vendor\n"
-    ".mpg file, or a bare elementary stream. The same options always give the same bytes.\n"
+    ".mpg file, a GREC recording (through the library's recording writer) or a bare elementary\n"
+    "stream. The same options always give the same bytes (GREC heads hold the time of writing).\n"
     "\n"
     "Output:\n"
     "  -o, --output FILE        file to write (required)\n"
-    "  -f, --format KIND        stream (default), mpg, es-video (Annex-B access units back to\n"
-    "                           back) or es-audio (audio frames back to back)\n"
+    "  -f, --format KIND        stream (default), mpg, grec, es-video (Annex-B access units\n"
+    "                           back to back) or es-audio (audio frames back to back)\n"
     "Video:\n"
     "  --video CODEC            h264 (default), h265 or none\n"
     "  --size WxH               picture size, even, 32x32 to 4096x2304 (default 352x288)\n"
@@ -40,8 +45,10 @@ const char kUsage[] =
     "  --channels N             channels (default 1; the hisi forms are mono)\n"
     "  --samples-per-frame N    samples per channel in one frame, ignored for aac (default 160)\n"
     "  --audio-frames N         audio frames (default: as long as the video, 50 without video)\n"
+    "  --start-us N             add N microseconds to every stamp (default 0), e.g. to append\n"
+    "                           a later stretch to a GREC recording\n"
     "  --audio-tag WORD         tag word of audio frames, decimal or 0x hex (default 0x63643230\n"
-    "                           \"02dc\" in streams, 0x62773100 \"1wb\" in .mpg files)\n"
+    "                           \"02dc\" in streams, 0x62773100 \"1wb\" in .mpg and GREC files)\n"
     "Stream:\n"
     "  --garbage N              up to N garbage bytes between frames (default 0)\n"
     "  --leading-garbage N      up to N garbage bytes before the first frame (default 0)\n"
@@ -51,6 +58,11 @@ const char kUsage[] =
     "  --seed N                 seed of the garbage and the cuts (default 1)\n"
     "Vendor .mpg file:\n"
     "  --vendor-index           append a key-frame index trailer (0x08070620)\n"
+    "GREC recording:\n"
+    "  --append                 continue the closed recording at FILE instead of replacing it\n"
+    "  --unfinished             leave the file as if the writer had died before closing: no\n"
+    "                           index trailer, index offset 0 in the head\n"
+    "  --cut-tail N             with --unfinished, also cut N bytes off the end\n"
     "\n"
     "  -h, --help               show this text\n"
     "\n"
@@ -65,11 +77,19 @@ struct Options {
   VideoParams vp;
   AudioParams ap;
   int audioFrames = -1;
+  uint64_t startUs = 0;
   long long audioTag = -1;
   StreamOptions stream;
   size_t cut = 0;
   MpgOptions mpg;
+  bool append = false;
+  bool unfinished = false;
+  uint32_t cutTail = 0;
 };
+
+bool KnownFormat(const std::string& f) {
+  return f == "stream" || f == "mpg" || f == "es-video" || f == "es-audio" || f == "grec";
+}
 
 bool ParseNumber(std::string_view text, long long lo, long long hi, long long* out) {
   const std::string s(text);
@@ -119,7 +139,7 @@ bool ApplyValue(std::string_view opt, std::string_view value, Options* o) {
     o->output = value;
   } else if (opt == "-f" || opt == "--format") {
     o->format = value;
-    return o->format == "stream" || o->format == "mpg" || o->format == "es-video" || o->format == "es-audio";
+    return KnownFormat(o->format);
   } else if (opt == "--video") {
     o->video = value;
     o->vp.codec = o->video == "h265" ? VideoCodec::H265 : VideoCodec::H264;
@@ -147,6 +167,8 @@ bool ApplyValue(std::string_view opt, std::string_view value, Options* o) {
     o->ap.samplesPerFrame = static_cast<int>(n);
   } else if (opt == "--audio-frames" && num(1, 10000000)) {
     o->audioFrames = static_cast<int>(n);
+  } else if (opt == "--start-us" && num(0, 1LL << 62)) {
+    o->startUs = static_cast<uint64_t>(n);
   } else if (opt == "--audio-tag" && num(0, 0xFFFFFFFFLL)) {
     o->audioTag = n;
   } else if (opt == "--garbage" && num(0, 1 << 20)) {
@@ -155,6 +177,8 @@ bool ApplyValue(std::string_view opt, std::string_view value, Options* o) {
     o->stream.leadingGarbageMax = static_cast<uint32_t>(n);
   } else if (opt == "--cut" && num(1, 1 << 30)) {
     o->cut = static_cast<size_t>(n);
+  } else if (opt == "--cut-tail" && num(0, 0xFFFFFFFFLL)) {
+    o->cutTail = static_cast<uint32_t>(n);
   } else if (opt == "--seed" && num(0, 0xFFFFFFFFLL)) {
     o->stream.seed = static_cast<uint32_t>(n);
   } else {
@@ -175,6 +199,10 @@ int ParseArgs(int argc, char** argv, Options* o) {
       o->vp.bFrames = true;
     } else if (opt == "--vendor-index") {
       o->mpg.keyFrameIndex = true;
+    } else if (opt == "--append") {
+      o->append = true;
+    } else if (opt == "--unfinished") {
+      o->unfinished = true;
     } else if (i + 1 >= argc || !ApplyValue(opt, argv[i + 1], o)) {
       std::fprintf(stderr, "zephplay-samplemaker: bad option or value: %s\n", argv[i]);
       return 2;
@@ -182,6 +210,12 @@ int ParseArgs(int argc, char** argv, Options* o) {
       ++i;
     }
   }
+#ifndef ZP_SAMPLES_HAVE_GREC
+  if (o->format == "grec") {
+    std::fprintf(stderr, "zephplay-samplemaker: this build has no GREC writer\n");
+    return 1;
+  }
+#endif
   if (o->output.empty()) {
     std::fprintf(stderr, "zephplay-samplemaker: no output file (-o FILE); see --help\n");
     return 2;
@@ -214,6 +248,32 @@ bool WriteCuts(const std::string& path, size_t size, uint32_t seed, size_t maxPi
   return static_cast<bool>(out);
 }
 
+bool WriteOutput(const Options& o, const std::vector<EncodedFrame>& video, const std::vector<EncodedFrame>& audio,
+                 uint64_t* size) {
+  std::vector<uint8_t> bytes;
+  if (o.format == "es-video" || o.format == "es-audio") {
+    bytes = Concatenate(o.format == "es-video" ? video : audio);
+  } else {
+    const bool file = o.format != "stream";
+    const uint32_t tag = o.audioTag >= 0 ? static_cast<uint32_t>(o.audioTag) : (file ? kFileAudioTag : kStreamAudioTag);
+    const std::vector<TaggedFrame> frames = MergeFrames(video, audio, tag);
+#ifdef ZP_SAMPLES_HAVE_GREC
+    if (o.format == "grec") {
+      GrecOptions g;
+      g.append = o.append;
+      g.unfinished = o.unfinished;
+      g.cutTail = o.cutTail;
+      const GrecResult r = WriteGrecFile(o.output, frames, g);
+      *size = r.fileSize;
+      return r.ok;
+    }
+#endif
+    bytes = o.format == "mpg" ? MakeMpgFile(frames, o.mpg) : MakeStream(frames, o.stream).bytes;
+  }
+  *size = bytes.size();
+  return WriteFileBytes(o.output, bytes);
+}
+
 int Run(const Options& o) {
   std::vector<EncodedFrame> video;
   std::vector<EncodedFrame> audio;
@@ -231,29 +291,25 @@ int Run(const Options& o) {
       return 1;
     }
   }
-  std::vector<uint8_t> bytes;
   size_t keys = 0;
-  for (const EncodedFrame& f : video) {
+  for (EncodedFrame& f : video) {
     keys += f.key ? 1 : 0;
+    f.stampUs += o.startUs;
   }
-  if (o.format == "es-video" || o.format == "es-audio") {
-    bytes = Concatenate(o.format == "es-video" ? video : audio);
-  } else {
-    const bool file = o.format == "mpg";
-    const uint32_t tag = o.audioTag >= 0 ? static_cast<uint32_t>(o.audioTag) : (file ? kFileAudioTag : kStreamAudioTag);
-    const std::vector<TaggedFrame> frames = MergeFrames(video, audio, tag);
-    bytes = file ? MakeMpgFile(frames, o.mpg) : MakeStream(frames, o.stream).bytes;
+  for (EncodedFrame& f : audio) {
+    f.stampUs += o.startUs;
   }
-  if (!WriteFileBytes(o.output, bytes)) {
+  uint64_t size = 0;
+  if (!WriteOutput(o, video, audio, &size)) {
     std::fprintf(stderr, "zephplay-samplemaker: cannot write %s\n", o.output.c_str());
     return 1;
   }
-  if (o.cut > 0 && !WriteCuts(o.output + ".cuts", bytes.size(), o.stream.seed, o.cut)) {
+  if (o.cut > 0 && !WriteCuts(o.output + ".cuts", size, o.stream.seed, o.cut)) {
     std::fprintf(stderr, "zephplay-samplemaker: cannot write %s.cuts\n", o.output.c_str());
     return 1;
   }
-  std::printf("%s: %zu bytes, %zu video frames (%zu key), %zu audio frames\n", o.output.c_str(), bytes.size(),
-              video.size(), keys, audio.size());
+  std::printf("%s: %llu bytes, %zu video frames (%zu key), %zu audio frames\n", o.output.c_str(),
+              static_cast<unsigned long long>(size), video.size(), keys, audio.size());
   return 0;
 }
 
