@@ -156,6 +156,29 @@ TEST_F(GrecFile, AppendContinuesAtTheOldTrailer) {
   EXPECT_EQ(Le64(b, w.end + 8 + 20 * 5 + 8), second[6].stampUs);
 }
 
+// Repeated passes follow one another with their stamps moved on; the index lists every pass.
+TEST_F(GrecFile, RepeatWritesPassesWithMovedStamps) {
+  const std::vector<TaggedFrame> frames = Frames(0);
+  GrecOptions o;
+  o.repeat = 3;
+  o.repeatPeriodUs = 10000000;
+  const GrecResult r = WriteGrecFile(path_, frames, o);
+  ASSERT_TRUE(r.ok);
+  ASSERT_EQ(r.payloadOffsets.size(), frames.size() * 3);
+  const std::vector<uint8_t> b = Slurp(path_);
+  size_t at = 512;
+  for (uint64_t k = 0; k < 3; ++k) {
+    std::vector<TaggedFrame> moved = frames;
+    for (TaggedFrame& f : moved) {
+      f.stampUs += k * 10000000;
+    }
+    at = Walk(b, moved, r, at, k * frames.size()).end;
+  }
+  EXPECT_EQ(Le32(b, 68), at);
+  EXPECT_EQ(b.size(), at + 8 + 20 * 9);
+  EXPECT_EQ(Le64(b, at + 8 + 20 * 8 + 8), frames[6].stampUs + 20000000);
+}
+
 TEST_F(GrecFile, RefusesAPathThatCannotBeWritten) {
   const GrecResult r = WriteGrecFile((dir_ / "missing" / "rec.grec").string(), Frames(0), GrecOptions{});
   EXPECT_FALSE(r.ok);

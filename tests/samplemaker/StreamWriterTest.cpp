@@ -242,6 +242,21 @@ TEST(MakeMpgFile, FramesFromOffsetZeroAndOptionalKeyIndex) {
   }
 }
 
+TEST(RepeatFrames, CopiesWithStampsMovedOnByThePeriod) {
+  const std::vector<TaggedFrame> frames = MixedFrames();
+  const std::vector<TaggedFrame> three = RepeatFrames(frames, 3, 2000000);
+  ASSERT_EQ(three.size(), frames.size() * 3);
+  for (size_t k = 0; k < 3; ++k) {
+    for (size_t i = 0; i < frames.size(); ++i) {
+      const TaggedFrame& f = three[k * frames.size() + i];
+      EXPECT_EQ(f.tag, frames[i].tag);
+      EXPECT_EQ(f.data, frames[i].data);
+      EXPECT_EQ(f.stampUs, frames[i].stampUs + k * 2000000);
+    }
+  }
+  EXPECT_TRUE(RepeatFrames(frames, 0, 1).empty());
+}
+
 // Real encoded material: video frames keep their decode order and key flags as tags; each audio
 // frame goes just before the first video frame whose decode time it does not precede.
 TEST(MergeFrames, InterleavesAudioByDecodeTime) {

@@ -51,18 +51,20 @@ GrecResult WriteGrecFile(const std::string& path, const std::vector<TaggedFrame>
       writer->SetFileHead(options.head.data(), static_cast<uint32_t>(options.head.size())) != 0) {
     return result;
   }
-  uint32_t next = 0;
-  for (const TaggedFrame& f : frames) {
-    uint32_t payload = 0;
-    if (writer->WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stampUs, &payload, &next) !=
-        0) {
-      return result;
+  result.payloadOffsets.reserve(frames.size() * options.repeat);
+  for (uint32_t k = 0; k < options.repeat; ++k) {
+    const uint64_t shift = k * options.repeatPeriodUs;
+    for (const TaggedFrame& f : frames) {
+      uint32_t payload = 0;
+      if (writer->WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stampUs + shift, &payload,
+                             nullptr) != 0) {
+        return result;
+      }
+      result.payloadOffsets.push_back(payload);
     }
-    result.payloadOffsets.push_back(payload);
   }
   writer->CloseWriter();
   writer.reset();
-  result.fileSize = next;
   if (options.unfinished) {
     result.ok = MakeUnfinished(path, options.cutTail, &result.fileSize);
     return result;

@@ -14,6 +14,10 @@ struct GrecOptions {
   bool append = false;
   // Non-empty: an application head (at least 456 bytes) handed to SetFileHead after opening.
   std::vector<uint8_t> head;
+  // The frames are written `repeat` times over, the k-th pass with its stamps moved on by k x
+  // `repeatPeriodUs`, without copying them: long recordings from one short encoding.
+  uint32_t repeat = 1;
+  uint64_t repeatPeriodUs = 0;
   // The file as a writing process killed before closing leaves it: the frames, no index
   // trailer, the head's index offset 0. Made by closing, then cutting the trailer off and
   // clearing the index offset, so the head's start and end times are those of a closed file.
@@ -26,7 +30,7 @@ struct GrecOptions {
 struct GrecResult {
   bool ok = false;
   uint32_t recordedMs = 0;              // what OpenWriterEx reported (append only)
-  std::vector<uint32_t> payloadOffsets;  // of each frame, as the writer reported it
+  std::vector<uint32_t> payloadOffsets;  // of each frame written, as the writer reported it
   uint64_t fileSize = 0;
 };
 

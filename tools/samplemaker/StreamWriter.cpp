@@ -70,6 +70,20 @@ std::vector<TaggedFrame> MergeFrames(const std::vector<EncodedFrame>& video, con
   return out;
 }
 
+std::vector<TaggedFrame> RepeatFrames(const std::vector<TaggedFrame>& frames, int times, uint64_t periodUs) {
+  std::vector<TaggedFrame> out;
+  if (times < 1) {
+    return out;
+  }
+  out.reserve(frames.size() * static_cast<size_t>(times));
+  for (int k = 0; k < times; ++k) {
+    for (const TaggedFrame& f : frames) {
+      out.push_back(TaggedFrame{f.tag, f.data, f.stampUs + static_cast<uint64_t>(k) * periodUs});
+    }
+  }
+  return out;
+}
+
 bool AppendFrame(const TaggedFrame& frame, std::vector<uint8_t>* out) {
   uint8_t head[kMaxHeadLength];
   const uint32_t headLength =

@@ -32,6 +32,11 @@ inline constexpr uint32_t kFileAudioTag = 0x62773100;
 std::vector<TaggedFrame> MergeFrames(const std::vector<EncodedFrame>& video, const std::vector<EncodedFrame>& audio,
                                      uint32_t audioTag);
 
+// `frames` followed by `times` - 1 copies of them, the k-th copy's stamps moved on by k x
+// `periodUs`: a long stream from one short encoding (every copy starts with a key frame when the
+// original does, and H.264/H.265 decoders restart cleanly there). `times` below 1 gives nothing.
+std::vector<TaggedFrame> RepeatFrames(const std::vector<TaggedFrame>& frames, int times, uint64_t periodUs);
+
 // Appends one frame: its header (32 bytes for video, 16 for every other kind; unused fields
 // zero) and its payload. False, with nothing appended, for a tag of no known kind.
 bool AppendFrame(const TaggedFrame& frame, std::vector<uint8_t>* out);

@@ -47,6 +47,9 @@ const char kUsage[] =
     "  --audio-frames N         audio frames (default: as long as the video, 50 without video)\n"
     "  --start-us N             add N microseconds to every stamp (default 0), e.g. to append\n"
     "                           a later stretch to a GREC recording\n"
+    "  --repeat N               write the encoded stretch N times over, each copy's stamps\n"
+    "                           moved on by its length: long files from a short encoding\n"
+    "                           (not for the es- formats)\n"
     "  --audio-tag WORD         tag word of audio frames, decimal or 0x hex (default 0x63643230\n"
     "                           \"02dc\" in streams, 0x62773100 \"1wb\" in .mpg and GREC files)\n"
     "Stream:\n"
@@ -78,6 +81,7 @@ struct Options {
   AudioParams ap;
   int audioFrames = -1;
   uint64_t startUs = 0;
+  int repeat = 1;
   long long audioTag = -1;
   StreamOptions stream;
   size_t cut = 0;
@@ -167,6 +171,8 @@ bool ApplyValue(std::string_view opt, std::string_view value, Options* o) {
     o->ap.samplesPerFrame = static_cast<int>(n);
   } else if (opt == "--audio-frames" && num(1, 10000000)) {
     o->audioFrames = static_cast<int>(n);
+  } else if (opt == "--repeat" && num(1, 1000000)) {
+    o->repeat = static_cast<int>(n);
   } else if (opt == "--start-us" && num(0, 1LL << 62)) {
     o->startUs = static_cast<uint64_t>(n);
   } else if (opt == "--audio-tag" && num(0, 0xFFFFFFFFLL)) {
@@ -248,6 +254,15 @@ bool WriteCuts(const std::string& path, size_t size, uint32_t seed, size_t maxPi
   return static_cast<bool>(out);
 }
 
+// The length of the encoded stretch: the video's, else the audio's.
+uint64_t StretchUs(const Options& o, size_t audioFrames) {
+  if (o.video != "none") {
+    return static_cast<uint64_t>(o.vp.frames) * 1000000u / static_cast<uint64_t>(o.vp.fps);
+  }
+  return audioFrames * static_cast<uint64_t>(SamplesPerEncodedFrame(o.ap)) * 1000000u /
+         static_cast<uint64_t>(o.ap.sampleRate);
+}
+
 bool WriteOutput(const Options& o, const std::vector<EncodedFrame>& video, const std::vector<EncodedFrame>& audio,
                  uint64_t* size) {
   std::vector<uint8_t> bytes;
@@ -256,10 +271,13 @@ bool WriteOutput(const Options& o, const std::vector<EncodedFrame>& video, const
   } else {
     const bool file = o.format != "stream";
     const uint32_t tag = o.audioTag >= 0 ? static_cast<uint32_t>(o.audioTag) : (file ? kFileAudioTag : kStreamAudioTag);
-    const std::vector<TaggedFrame> frames = MergeFrames(video, audio, tag);
+    std::vector<TaggedFrame> frames = MergeFrames(video, audio, tag);
+    const uint64_t period = StretchUs(o, audio.size());
 #ifdef ZP_SAMPLES_HAVE_GREC
     if (o.format == "grec") {
       GrecOptions g;
+      g.repeat = static_cast<uint32_t>(o.repeat);
+      g.repeatPeriodUs = period;
       g.append = o.append;
       g.unfinished = o.unfinished;
       g.cutTail = o.cutTail;
@@ -268,6 +286,9 @@ bool WriteOutput(const Options& o, const std::vector<EncodedFrame>& video, const
       return r.ok;
     }
 #endif
+    if (o.repeat > 1) {
+      frames = RepeatFrames(frames, o.repeat, period);
+    }
     bytes = o.format == "mpg" ? MakeMpgFile(frames, o.mpg) : MakeStream(frames, o.stream).bytes;
   }
   *size = bytes.size();
@@ -308,8 +329,10 @@ int Run(const Options& o) {
     std::fprintf(stderr, "zephplay-samplemaker: cannot write %s.cuts\n", o.output.c_str());
     return 1;
   }
+  // Elementary streams are written once; the tagged forms as often as asked.
+  const size_t times = o.format.starts_with("es-") ? 1 : static_cast<size_t>(o.repeat);
   std::printf("%s: %llu bytes, %zu video frames (%zu key), %zu audio frames\n", o.output.c_str(),
-              static_cast<unsigned long long>(size), video.size(), keys, audio.size());
+              static_cast<unsigned long long>(size), video.size() * times, keys * times, audio.size() * times);
   return 0;
 }
 
