@@ -352,7 +352,8 @@ bool CTaggedFileReader::FindKeyBackward(uint64_t from, KeyFrameAt* key) {
 }
 
 bool CTaggedFileReader::LocateWithoutIndex(uint64_t target, KeyFrameAt* key) {
-  const uint64_t guess = ProportionalOffset(target);
+  // The begin stamp came from the first frames, which may lie before the data start of a rewind.
+  const uint64_t guess = target == m_FileInfo.u64FileBegPts ? m_nFramesFrom : ProportionalOffset(target);
   if (FindKeyForward(guess, key) || FindKeyBackward(guess, key)) {
     return true;
   }

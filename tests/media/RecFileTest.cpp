@@ -1,0 +1,361 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "MediaTestSupport.h"
+#include "interface/TempDir.h"
+#include "media/CFileH264.h"
+#include "media/CFileTembro.h"
+#include "media/CRecWriterGrec.h"
+
+using namespace zp;
+using mediatest::AppendStreamFrame;
+using mediatest::Frame;
+using mediatest::ReadFileBytes;
+
+namespace {
+
+std::string Recording(const TempDir& dir, const std::string& name, const std::vector<Frame>& frames) {
+  const std::string path = (dir.path() / name).string();
+  CRecWriterGrec writer;
+  EXPECT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+  for (const Frame& f : frames) {
+    EXPECT_EQ(writer.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stamp, nullptr, nullptr), 0);
+  }
+  writer.CloseWriter();
+  return path;
+}
+
+// The same recording as if its writer had never closed: no trailer, index offset 0.
+std::string Unclosed(const TempDir& dir, const std::string& closedPath, const std::string& name) {
+  auto bytes = ReadFileBytes(closedPath);
+  bytes.resize(ReadU32(&bytes[68]));
+  WriteU32(&bytes[68], 0);
+  const std::string path = (dir.path() / name).string();
+  mediatest::WriteFileBytes(path, bytes);
+  return path;
+}
+
+std::unique_ptr<CRecFile> Open(const std::string& path) { return std::unique_ptr<CRecFile>(CRecFile::CreateRecFile(path.c_str())); }
+
+std::vector<uint64_t> KeyStamps(const std::vector<Frame>& frames) {
+  std::vector<uint64_t> keys;
+  for (const Frame& f : frames) {
+    if (TagKind(f.tag) == FRAME_TAG_I) {
+      keys.push_back(f.stamp);
+    }
+  }
+  return keys;
+}
+
+// Steps through every key frame forwards, then backwards, checking each against the written ones.
+void CheckStepping(CRecFile* reader, const std::vector<Frame>& frames) {
+  const std::vector<uint64_t> keys = KeyStamps(frames);
+  ASSERT_EQ(reader->SeekTime(0, 0), 0);
+  std::vector<uint64_t> forward;
+  FrameHead* frame = nullptr;
+  while (forward.size() <= keys.size() && reader->ReadNextKeyFrame(&frame) == 0) {
+    EXPECT_EQ(frame->nType, FRAME_TAG_I);
+    EXPECT_EQ(ReadU32(frame->pData), FRAME_TAG_I);  // the header is kept
+    const auto it = std::find_if(frames.begin(), frames.end(), [&](const Frame& f) { return f.stamp == frame->u64Stamp; });
+    EXPECT_NE(it, frames.end());
+    if (it != frames.end()) {
+      EXPECT_EQ(frame->nLength, it->data.size() + 32);
+      EXPECT_TRUE(std::equal(it->data.begin(), it->data.end(), frame->pData + 32));
+    }
+    forward.push_back(frame->u64Stamp);
+    reader->ReleaseFrame(frame);
+  }
+  EXPECT_EQ(forward, keys);
+  std::vector<uint64_t> backward;
+  while (backward.size() <= keys.size() && reader->ReadPrevKeyFrame(&frame) == 0) {
+    backward.push_back(frame->u64Stamp);
+    reader->ReleaseFrame(frame);
+  }
+  std::vector<uint64_t> expected(keys.rbegin() + 1, keys.rend());
+  EXPECT_EQ(backward, expected);
+  // Normal reading resumes at the key frame on screen (the first), then the frames after it.
+  ASSERT_EQ(reader->ReadFrame(&frame), 0);
+  EXPECT_EQ(frame->u64Stamp, keys.front());
+  EXPECT_EQ(frame->nLength, frames[0].data.size());
+  reader->ReleaseFrame(frame);
+  ASSERT_EQ(reader->ReadFrame(&frame), 0);
+  EXPECT_EQ(frame->u64Stamp, frames[1].stamp);
+  reader->ReleaseFrame(frame);
+}
+
+// Seeks across the span: the first frame after each seek is a key frame near the target.
+// ReadTimeOffset names the header of the key frame that the seek lands on.
+void CheckSeeking(CRecFile* reader, const std::vector<Frame>& frames, const std::vector<uint8_t>& file,
+                  uint64_t slackUs) {
+  const std::vector<uint64_t> keys = KeyStamps(frames);
+  FileInfo info;
+  reader->GetFileInfo(&info);
+  for (uint32_t ms = 0; ms <= info.nTotalMinSecond; ms += 1700) {
+    ASSERT_EQ(reader->SeekTime(static_cast<int32_t>(ms), 0), 0) << ms;
+    FrameHead* frame = nullptr;
+    ASSERT_EQ(reader->ReadFrame(&frame), 0) << ms;
+    EXPECT_EQ(frame->nType, FRAME_TAG_I) << ms;
+    EXPECT_NE(std::find(keys.begin(), keys.end(), frame->u64Stamp), keys.end());
+    const uint64_t target = info.u64FileBegPts + ms * 1000ull;
+    const uint64_t distance = frame->u64Stamp > target ? frame->u64Stamp - target : target - frame->u64Stamp;
+    EXPECT_LE(distance, slackUs) << ms;
+    const uint64_t landed = frame->u64Stamp;
+    reader->ReleaseFrame(frame);
+    uint32_t offset = 0;
+    ASSERT_EQ(reader->ReadTimeOffset(static_cast<int32_t>(ms), &offset), 0);
+    ASSERT_LE(offset + 32ull, file.size());
+    EXPECT_EQ(ReadU32(&file[offset]), FRAME_TAG_I);
+    EXPECT_EQ(ReadU64(&file[offset + 16]), landed) << ms;
+  }
+  EXPECT_EQ(reader->SeekTime(static_cast<int32_t>(info.nTotalMinSecond + 1), 0), 1);
+  EXPECT_EQ(reader->SeekTime(-1, 0), 1);
+  uint32_t offset = 0;
+  EXPECT_EQ(reader->ReadTimeOffset(static_cast<int32_t>(info.nTotalMinSecond + 1), &offset), 1);
+  ASSERT_EQ(reader->ReadTimeOffset(0, &offset), 0);
+  EXPECT_EQ(offset, 512u);
+}
+
+}  // namespace
+
+TEST(RecFile, FactoryChoosesTheReaderByName) {
+  TempDir dir;
+  std::vector<uint8_t> bytes;
+  AppendStreamFrame(&bytes, FRAME_TAG_I, std::vector<uint8_t>(600, 1), 1000);
+  AppendStreamFrame(&bytes, FRAME_TAG_P, std::vector<uint8_t>(10, 2), 2000);
+  for (const char* name : {"a.mpg", "b.MPG", "c.Mpg"}) {
+    mediatest::WriteFileBytes((dir.path() / name).string(), bytes);
+    auto reader = Open((dir.path() / name).string());
+    ASSERT_NE(reader, nullptr) << name;
+    EXPECT_NE(dynamic_cast<CFileTembro*>(reader.get()), nullptr);
+  }
+  const std::string grec = Recording(dir, "r.grec", mediatest::MakeFrames(1, 10, 5, false));
+  for (const char* name : {"d.264", "noextension", "e.mpg4"}) {
+    std::filesystem::copy_file(grec, dir.path() / name);
+    auto reader = Open((dir.path() / name).string());
+    ASSERT_NE(reader, nullptr) << name;
+    EXPECT_NE(dynamic_cast<CFileH264*>(reader.get()), nullptr);
+  }
+  EXPECT_EQ(Open((dir.path() / "missing.mpg").string()), nullptr);
+  EXPECT_EQ(Open((dir.path() / "missing.grec").string()), nullptr);
+  EXPECT_EQ(CRecFile::CreateRecFile(nullptr), nullptr);
+  // A vendor file is not a GREC recording and the other way round.
+  std::filesystem::copy_file(dir.path() / "a.mpg", dir.path() / "a.grec");
+  EXPECT_EQ(Open((dir.path() / "a.grec").string()), nullptr);
+  std::filesystem::copy_file(grec, dir.path() / "r.mpg");
+  EXPECT_EQ(Open((dir.path() / "r.mpg").string()), nullptr);
+}
+
+TEST(FileTembro, BeginStampNeedsAFrameAtTheStart) {
+  TempDir dir;
+  auto open = [&](const std::vector<uint8_t>& bytes) {
+    const std::string path = (dir.path() / "v.mpg").string();
+    mediatest::WriteFileBytes(path, bytes);
+    return Open(path);
+  };
+  // The end stamp is searched above offset 512 only.
+  std::vector<uint8_t> tail;
+  AppendStreamFrame(&tail, FRAME_TAG_I, std::vector<uint8_t>(700, 3), 8000000);
+  AppendStreamFrame(&tail, FRAME_TAG_P, std::vector<uint8_t>(10, 3), 9000000);
+  // Two data frames, then audio: the audio stamp begins the file.
+  std::vector<uint8_t> bytes;
+  AppendStreamFrame(&bytes, FRAME_TAG_DATA, {1, 2}, 0);
+  AppendStreamFrame(&bytes, FRAME_TAG_DATA, {}, 0);
+  AppendStreamFrame(&bytes, FRAME_TAG_WAVE, {1}, 7000000);
+  bytes.insert(bytes.end(), tail.begin(), tail.end());
+  auto reader = open(bytes);
+  ASSERT_NE(reader, nullptr);
+  FileInfo info;
+  reader->GetFileInfo(&info);
+  EXPECT_EQ(info.u64FileBegPts, 7000000u);
+  EXPECT_EQ(info.u64FileEndPts, 9000000u);
+  EXPECT_EQ(info.nTotalMinSecond, 2000u);
+  auto frames = mediatest::ReadAll(reader.get());
+  ASSERT_EQ(frames.size(), 5u);
+  EXPECT_EQ(frames[0].type, FRAME_TAG_DATA);
+  EXPECT_EQ(frames[2].type, FRAME_TAG_WAVE);
+  // Three data frames first: no begin stamp.
+  bytes.clear();
+  for (int i = 0; i < 3; ++i) {
+    AppendStreamFrame(&bytes, FRAME_TAG_DATA, {1}, 0);
+  }
+  AppendStreamFrame(&bytes, FRAME_TAG_WAVE, {1}, 7000000);
+  bytes.insert(bytes.end(), tail.begin(), tail.end());
+  EXPECT_EQ(open(bytes), nullptr);
+  // A valid frame after a leading byte of garbage does not count.
+  bytes.assign(1, 0);
+  bytes.insert(bytes.end(), tail.begin(), tail.end());
+  EXPECT_EQ(open(bytes), nullptr);
+  // Not above 512 bytes: no end stamp.
+  bytes.clear();
+  AppendStreamFrame(&bytes, FRAME_TAG_I, std::vector<uint8_t>(400, 3), 9000000);
+  EXPECT_EQ(open(bytes), nullptr);
+}
+
+TEST(FileTembro, RewindResumesAtOffset512AndSeeksStayInTheSpan) {
+  TempDir dir;
+  std::vector<uint8_t> bytes;
+  std::vector<size_t> offsets;
+  for (int i = 0; i < 40; ++i) {
+    offsets.push_back(bytes.size());
+    AppendStreamFrame(&bytes, i % 10 == 0 ? FRAME_TAG_I : FRAME_TAG_P, std::vector<uint8_t>(100 + i, uint8_t(i)),
+                      1000000 + i * 100000ull);
+  }
+  const std::string path = (dir.path() / "v.mpg").string();
+  mediatest::WriteFileBytes(path, bytes);
+  auto reader = Open(path);
+  ASSERT_NE(reader, nullptr);
+  EXPECT_EQ(mediatest::ReadAll(reader.get()).size(), 40u);
+  ASSERT_EQ(reader->SeekToBegin(), 0);
+  const auto afterRewind = mediatest::ReadAll(reader.get());
+  const size_t firstAfter512 = std::upper_bound(offsets.begin(), offsets.end(), size_t{511}) - offsets.begin();
+  ASSERT_EQ(afterRewind.size(), 40 - firstAfter512);
+  EXPECT_EQ(afterRewind[0].stamp, 1000000 + firstAfter512 * 100000ull);
+  FileInfo info;
+  reader->GetFileInfo(&info);
+  EXPECT_EQ(info.nTotalMinSecond, 3900u);
+  ASSERT_EQ(reader->SeekTime(0, 0), 0);
+  FrameHead* frame = nullptr;
+  ASSERT_EQ(reader->ReadFrame(&frame), 0);
+  EXPECT_EQ(frame->u64Stamp, 1000000u);
+  reader->ReleaseFrame(frame);
+  EXPECT_EQ(reader->SeekTime(3901, 0), 1);
+  ASSERT_EQ(reader->SeekTime(2500, 0), 0);  // lands on the key frame after the guess
+  ASSERT_EQ(reader->ReadFrame(&frame), 0);
+  EXPECT_EQ(frame->nType, FRAME_TAG_I);
+  EXPECT_EQ(frame->u64Stamp, 4000000u);
+  reader->ReleaseFrame(frame);
+  reader->CloseFile();
+  EXPECT_EQ(reader->SeekToBegin(), 1);
+  EXPECT_EQ(reader->ReadFrame(&frame), 1);
+}
+
+TEST(FileH264, SeeksAndStepsWithAndWithoutIndex) {
+  TempDir dir;
+  const auto frames = mediatest::MakeFrames(9, 750, 50, true, 800);  // 30 s, a key frame every 2 s
+  const std::string closed = Recording(dir, "s.grec", frames);
+  const std::string unclosed = Unclosed(dir, closed, "u.grec");
+  for (const std::string& path : {closed, unclosed}) {
+    SCOPED_TRACE(path);
+    auto reader = Open(path);
+    ASSERT_NE(reader, nullptr);
+    FileInfo info;
+    reader->GetFileInfo(&info);
+    EXPECT_EQ(info.u64FileBegPts, frames.front().stamp);
+    // The index ends at the last key frame; scanning finds the last video frame.
+    EXPECT_EQ(info.u64FileEndPts, path == closed ? KeyStamps(frames).back() : frames[frames.size() - 2].stamp);
+    CheckSeeking(reader.get(), frames, ReadFileBytes(path), path == closed ? 2000000 : 4000000);
+    CheckStepping(reader.get(), frames);
+  }
+}
+
+TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
+  TempDir dir;
+  // Key frames 1.2 s apart: more than the one second within which the index search stops.
+  std::vector<Frame> frames = mediatest::MakeFrames(4, 90, 30, false);
+  frames.insert(frames.begin() + 5, Frame{FRAME_TAG_DATA, {1, 2, 3}, 0});
+  const std::string closed = Recording(dir, "h.grec", frames);
+  const auto original = ReadFileBytes(closed);
+  auto variant = [&](const std::string& name, auto edit) {
+    auto bytes = original;
+    edit(bytes);
+    const std::string path = (dir.path() / name).string();
+    mediatest::WriteFileBytes(path, bytes);
+    return Open(path);
+  };
+  // Wrong magic: refused even though every frame is fine.
+  EXPECT_EQ(variant("magic.grec", [](auto& b) { WriteU32(&b[0], 0x12345679); }), nullptr);
+  // The vendor trailer marker is not ours: the index is ignored and the frames are scanned.
+  auto vendor = variant("vendor.grec", [](auto& b) { WriteU32(&b[ReadU32(&b[68])], 0x08070620); });
+  ASSERT_NE(vendor, nullptr);
+  EXPECT_EQ(mediatest::ReadAll(vendor.get()).size(), frames.size());
+  // A trailer offset outside the file leaves no index; the frames still read (and the reader
+  // goes on into the trailer, where it may take entries for frames).
+  auto outside = variant("outside.grec", [](auto& b) { WriteU32(&b[68], 0x7FFFFFF0); });
+  ASSERT_NE(outside, nullptr);
+  const auto got = mediatest::ReadAll(outside.get());
+  ASSERT_GE(got.size(), frames.size());
+  for (size_t i = 0; i < frames.size(); ++i) {
+    EXPECT_EQ(got[i].data, frames[i].data) << i;
+  }
+  // Only key entries are loaded: stepping never returns the data frame.
+  auto reader = Open(closed);
+  ASSERT_NE(reader, nullptr);
+  CheckStepping(reader.get(), frames);
+  // A data frame first and no index: no begin stamp.
+  std::vector<Frame> dataFirst = frames;
+  std::swap(dataFirst[0], dataFirst[5]);
+  const std::string dataPath = Unclosed(dir, Recording(dir, "d.grec", dataFirst), "d2.grec");
+  EXPECT_EQ(Open(dataPath), nullptr);
+  EXPECT_NE(Open((dir.path() / "d.grec").string()), nullptr);  // with its index it opens
+}
+
+TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
+  TempDir dir;
+  const auto frames = mediatest::MakeFrames(5, 40, 10, true);
+  const auto original = ReadFileBytes(Recording(dir, "t.grec", frames));
+  const std::string path = (dir.path() / "damaged.grec").string();
+  // Every truncation: the open fails or the reader returns a prefix of the frames.
+  for (size_t cut = 0; cut < original.size(); cut += 61) {
+    mediatest::WriteFileBytes(path, std::vector<uint8_t>(original.begin(), original.begin() + cut));
+    auto reader = Open(path);
+    if (reader == nullptr) {
+      continue;
+    }
+    const auto got = mediatest::ReadAll(reader.get());
+    ASSERT_LE(got.size(), frames.size()) << cut;
+    for (size_t i = 0; i < got.size(); ++i) {
+      ASSERT_EQ(got[i].stamp, frames[i].stamp) << cut;
+    }
+    FrameHead* frame = nullptr;
+    reader->SeekTime(0, 0);
+    while (reader->ReadNextKeyFrame(&frame) == 0) {
+      reader->ReleaseFrame(frame);
+    }
+  }
+  // Length fields beyond the file or beyond 2^31 stop reading at that frame.
+  auto bytes = original;
+  const size_t third = 512 + 32 + grec::PaddedLength(frames[0].data.size()) + 16 + grec::PaddedLength(frames[1].data.size());
+  ASSERT_EQ(TagKind(ReadU32(&bytes[third])), FRAME_TAG_P);
+  for (uint32_t length : {0xFFFFFFFFu, 0x80000001u, static_cast<uint32_t>(original.size())}) {
+    WriteU32(&bytes[third + 4], length);
+    mediatest::WriteFileBytes(path, bytes);
+    auto reader = Open(path);
+    ASSERT_NE(reader, nullptr);
+    EXPECT_EQ(mediatest::ReadAll(reader.get()).size(), 2u) << length;
+  }
+  // Garbage with the magic in front.
+  std::mt19937 rng(1);
+  auto garbage = mediatest::RandomBytes(rng, 100000);
+  WriteU32(&garbage[0], grec::kHeadMagic);
+  WriteU32(&garbage[68], 0);
+  WriteU32(&garbage[72], 0);
+  mediatest::WriteFileBytes(path, garbage);
+  auto reader = Open(path);
+  if (reader != nullptr) {
+    mediatest::ReadAll(reader.get());
+  }
+}
+
+TEST(RecFile, PoolHandsOutFiveRecordsAndLosesNoFrame) {
+  TempDir dir;
+  const auto frames = mediatest::MakeFrames(6, 12, 4, false, 30000);  // some need a larger buffer
+  auto reader = Open(Recording(dir, "pool.grec", frames));
+  ASSERT_NE(reader, nullptr);
+  FrameHead* held[5];
+  for (auto*& f : held) {
+    ASSERT_EQ(reader->ReadFrame(&f), 0);
+  }
+  FrameHead* sixth = nullptr;
+  EXPECT_EQ(reader->ReadFrame(&sixth), 1);
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(held[i]->u64Stamp, frames[i].stamp);
+    EXPECT_GE(held[i]->nCapacity, held[i]->nLength);
+    reader->ReleaseFrame(held[i]);
+  }
+  const auto rest = mediatest::ReadAll(reader.get());
+  ASSERT_EQ(rest.size(), frames.size() - 5);
+  EXPECT_EQ(rest[0].stamp, frames[5].stamp);
+  EXPECT_EQ(rest[0].data, frames[5].data);
+}

@@ -1,0 +1,389 @@
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "MediaTestSupport.h"
+#include "SampleEncoder.h"
+#include "StreamWriter.h"
+#include "interface/TempDir.h"
+#include "media/CFileH264.h"
+#include "media/CFileTembro.h"
+#include "media/CRecReader.h"
+#include "media/CRecWriterGrec.h"
+#include "media/CRecWriterMp4.h"
+
+using namespace zp;
+using mediatest::Frame;
+using mediatest::ReadFileBytes;
+
+namespace {
+
+// The recording as its bytes say, read without the library's readers.
+struct Layout {
+  struct Entry {
+    uint32_t tod, offset;
+    uint64_t stamp;
+    uint32_t kind;
+  };
+  struct Written {
+    uint64_t offset;
+    uint32_t tag, length, field8, backLink;
+    uint64_t stamp;
+  };
+  std::vector<uint8_t> bytes;
+  std::vector<Written> frames;
+  std::vector<Entry> trailer;
+  bool trailerFound = false;
+};
+
+Layout ReadLayout(const std::string& path) {
+  Layout out;
+  out.bytes = ReadFileBytes(path);
+  const auto& b = out.bytes;
+  EXPECT_GE(b.size(), 512u);
+  const uint32_t indexOffset = ReadU32(&b[68]);
+  const uint64_t end = indexOffset != 0 ? indexOffset : b.size();
+  uint64_t at = 512;
+  while (at + 16 <= end) {
+    Layout::Written w{};
+    w.offset = at;
+    w.tag = ReadU32(&b[at]);
+    w.length = ReadU32(&b[at + 4]);
+    const bool video = w.tag == 0x63643000 || w.tag == 0x63643100;
+    const uint64_t head = video ? 32 : 16;
+    if (video) {
+      w.field8 = ReadU32(&b[at + 8]);
+      w.backLink = ReadU32(&b[at + 12]);
+      w.stamp = ReadU64(&b[at + 16]);
+      EXPECT_EQ(ReadU64(&b[at + 24]), 0u);
+    } else {
+      w.stamp = ReadU64(&b[at + 8]);
+    }
+    const uint64_t padded = (w.length + 7) / 8 * 8;
+    if (at + head + padded > end) {
+      break;
+    }
+    for (uint64_t i = at + head + w.length; i < at + head + padded; ++i) {
+      EXPECT_EQ(b[i], 0) << "padding at " << i;
+    }
+    out.frames.push_back(w);
+    at += head + padded;
+  }
+  if (indexOffset != 0) {
+    EXPECT_EQ(at, indexOffset) << "frames run up to the trailer";
+    out.trailerFound = ReadU32(&b[indexOffset]) == 0x08070621 && ReadU32(&b[indexOffset + 4]) == 8;
+    for (uint64_t e = indexOffset + 8; e + 20 <= b.size(); e += 20) {
+      out.trailer.push_back({ReadU32(&b[e]), ReadU32(&b[e + 4]), ReadU64(&b[e + 8]), ReadU32(&b[e + 16])});
+    }
+    EXPECT_EQ((b.size() - indexOffset - 8) % 20, 0u);
+  }
+  return out;
+}
+
+void WriteAll(CRecWriter* writer, const std::vector<Frame>& frames) {
+  for (const Frame& f : frames) {
+    ASSERT_EQ(writer->WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stamp, nullptr, nullptr),
+              0);
+  }
+}
+
+std::string WriteRecording(const TempDir& dir, const std::string& name, const std::vector<Frame>& frames) {
+  const std::string path = (dir.path() / name).string();
+  CRecWriterGrec writer;
+  EXPECT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+  WriteAll(&writer, frames);
+  writer.CloseWriter();
+  return path;
+}
+
+std::unique_ptr<CRecFile> Open(const std::string& path) { return std::unique_ptr<CRecFile>(CRecFile::CreateRecFile(path.c_str())); }
+
+void ExpectSameFrames(const std::vector<mediatest::Read>& got, const std::vector<Frame>& want) {
+  ASSERT_EQ(got.size(), want.size());
+  for (size_t i = 0; i < want.size(); ++i) {
+    const uint32_t type = TagKind(want[i].tag) == FRAME_TAG_AUDIO ? FRAME_TAG_WAVE : TagKind(want[i].tag);
+    EXPECT_EQ(got[i].type, type) << i;
+    EXPECT_EQ(got[i].stamp, type == FRAME_TAG_DATA ? 0 : want[i].stamp) << i;
+    ASSERT_EQ(got[i].data, want[i].data) << i;
+  }
+}
+
+}  // namespace
+
+TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
+  TempDir dir;
+  std::vector<Frame> frames = {
+      {0x63643005, std::vector<uint8_t>(13, 0xA1), 1000000},  // sub-code cleared on writing
+      {FRAME_TAG_P, std::vector<uint8_t>(16, 0xA2), 1040000},
+      {FRAME_TAG_WAVE, std::vector<uint8_t>(13, 0xA3), 1050000},
+      {FRAME_TAG_DATA, std::vector<uint8_t>(5, 0xA4), 1060000},
+      {FRAME_TAG_P, {}, 1080000},
+      {FRAME_TAG_I, std::vector<uint8_t>(1, 0xA5), 1120000},
+  };
+  const std::string path = WriteRecording(dir, "layout.grec", frames);
+  const Layout layout = ReadLayout(path);
+  const auto& b = layout.bytes;
+  EXPECT_EQ(ReadU32(&b[0]), 0x12345678u);
+  EXPECT_EQ(ReadU32(&b[4]), 8u);
+  for (int off : {49, 50, 51, 53, 56}) {
+    EXPECT_EQ(b[off], 1) << off;
+  }
+  EXPECT_EQ(ReadU16(&b[54]), 1);
+  EXPECT_EQ(ReadU32(&b[60]), 1u);
+  EXPECT_EQ(ReadU32(&b[64]), 1u);
+  EXPECT_EQ(ReadU32(&b[72]), 0u);
+  for (size_t i = 456; i < 512; ++i) {
+    ASSERT_EQ(b[i], 0);
+  }
+  ASSERT_EQ(layout.frames.size(), frames.size());
+  // 13 payload bytes take 32 + 13 + 3 (video) and 16 + 13 + 3 (audio).
+  EXPECT_EQ(layout.frames[1].offset - layout.frames[0].offset, 48u);
+  EXPECT_EQ(layout.frames[3].offset - layout.frames[2].offset, 32u);
+  EXPECT_EQ(layout.frames[0].tag, FRAME_TAG_I);
+  EXPECT_EQ(layout.frames[0].backLink, 0u);  // nothing before it
+  EXPECT_EQ(layout.frames[1].backLink, 0u);  // predicted frames carry none
+  EXPECT_EQ(layout.frames[5].backLink, layout.frames[5].offset - layout.frames[4].offset);
+  EXPECT_EQ(layout.frames[2].stamp, 1050000u);
+  EXPECT_EQ(layout.frames[3].stamp, 0u);  // data frames are written without stamp
+  const uint32_t hms = layout.frames[0].field8;
+  EXPECT_LT(hms & 0xFF, 24u);
+  EXPECT_LT((hms >> 8) & 0xFF, 60u);
+  EXPECT_EQ(hms >> 24, 0u);
+  // Trailer: the two key frames and the data frame, in writing order.
+  ASSERT_TRUE(layout.trailerFound);
+  ASSERT_EQ(layout.trailer.size(), 3u);
+  EXPECT_EQ(layout.trailer[0].offset, 512u);
+  EXPECT_EQ(layout.trailer[0].kind, FRAME_TAG_I);
+  EXPECT_EQ(layout.trailer[0].tod, (hms & 0xFF) * 3600 + ((hms >> 8) & 0xFF) * 60 + ((hms >> 16) & 0xFF));
+  EXPECT_EQ(layout.trailer[1].kind, FRAME_TAG_DATA);
+  EXPECT_EQ(layout.trailer[1].tod, 0u);
+  EXPECT_EQ(layout.trailer[1].stamp, 1060000u);
+  EXPECT_EQ(layout.trailer[2].offset, layout.frames[5].offset);
+  EXPECT_EQ(layout.trailer[2].stamp, 1120000u);
+  // Without a begin time the head's start time is the first entry's time of day.
+  EXPECT_EQ(b[40] * 3600 + b[41] * 60 + b[42], static_cast<int>(layout.trailer[0].tod));
+  EXPECT_EQ(b[46] * 3600 + b[47] * 60 + b[48], static_cast<int>(layout.trailer[2].tod));
+}
+
+TEST(RecWriterGrec, OffsetsReportedAndIndexOnlyWhenNeeded) {
+  TempDir dir;
+  const std::string path = (dir.path() / "p.grec").string();
+  CRecWriterGrec writer;
+  ASSERT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+  uint32_t payload = 0;
+  uint32_t next = 0;
+  const std::vector<uint8_t> data(21, 1);
+  ASSERT_EQ(writer.WriteFrame(data.data(), 21, FRAME_TAG_P, 5, &payload, &next), 0);
+  EXPECT_EQ(payload, 512u + 32);
+  EXPECT_EQ(next, 512u + 32 + 24);
+  ASSERT_EQ(writer.WriteFrame(data.data(), 21, FRAME_TAG_WAVE, 6, &payload, &next), 0);
+  EXPECT_EQ(payload, 568u + 16);
+  EXPECT_EQ(writer.WriteFrame(nullptr, 3, FRAME_TAG_P, 7, nullptr, nullptr), -1);
+  writer.CloseWriter();
+  EXPECT_EQ(writer.WriteFrame(data.data(), 21, FRAME_TAG_P, 8, nullptr, nullptr), -1);
+  // Neither a key frame nor a data frame: no trailer, index offset stays 0.
+  const auto bytes = ReadFileBytes(path);
+  EXPECT_EQ(ReadU32(&bytes[68]), 0u);
+  EXPECT_EQ(bytes.size(), 512u + 56 + 40);
+  EXPECT_EQ(writer.OpenWriter((dir.path() / "no" / "such" / "dir.grec").c_str(), 1), -1);
+}
+
+TEST(RecWriterGrec, BeginTimeAndApplicationHead) {
+  TempDir dir;
+  const std::string path = (dir.path() / "h.grec").string();
+  CRecWriterGrec writer;
+  EXPECT_EQ(writer.SetFileBeginTime(1, 0, 5, 6, 100), 1);
+  ASSERT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+  std::vector<uint8_t> head(456, 0xCC);
+  WriteU32(&head[0], 0x12345678);
+  WriteU32(&head[68], 0xDEAD);  // the writer's own field: ignored
+  WriteU32(&head[72], 0);
+  EXPECT_EQ(writer.SetFileHead(head.data(), 455), -1);
+  ASSERT_EQ(writer.SetFileHead(head.data(), 456), 0);
+  EXPECT_EQ(writer.SetFileBeginTime(1, 2025, 12, 31, 23 * 3600 + 59 * 60 + 58), 0);
+  const std::vector<uint8_t> data(8, 1);
+  ASSERT_EQ(writer.WriteFrame(data.data(), 8, FRAME_TAG_I, 10, nullptr, nullptr), 0);
+  writer.CloseWriter();
+  const auto b = ReadFileBytes(path);
+  EXPECT_EQ(b[100], 0xCC);
+  EXPECT_EQ(b[455], 0xCC);
+  EXPECT_EQ(b[456], 0);
+  EXPECT_EQ(std::vector<uint8_t>(&b[37], &b[43]), (std::vector<uint8_t>{25, 12, 31, 23, 59, 58}));
+  EXPECT_EQ(std::vector<uint8_t>(&b[43], &b[49]), std::vector<uint8_t>(6, 0xCC));  // end time kept from the head
+  EXPECT_EQ(ReadU32(&b[68]), 512u + 32 + 8);
+}
+
+TEST(RecWriterGrec, RoundTripOfEncodedFramesThroughEveryReader) {
+  TempDir dir;
+  samples::VideoParams vp;
+  vp.frames = 60;
+  vp.gop = 30;  // 1.2 s apart: the index search takes any key frame within a second
+  const auto video = samples::EncodeVideo(vp);
+  ASSERT_EQ(video.size(), 60u);
+  samples::AudioParams ap;
+  ap.frames = 120;
+  const auto audio = samples::EncodeAudio(ap);
+  const auto merged = samples::MergeFrames(video, audio, samples::kFileAudioTag);
+  std::vector<Frame> frames;
+  for (const auto& f : merged) {
+    frames.push_back({f.tag, f.data, f.stampUs});
+  }
+  const std::string grec = WriteRecording(dir, "enc.h264", frames);
+  auto reader = Open(grec);
+  ASSERT_NE(reader, nullptr);
+  ASSERT_NE(dynamic_cast<CFileH264*>(reader.get()), nullptr);
+  ExpectSameFrames(mediatest::ReadAll(reader.get()), frames);
+  EXPECT_EQ(reader->ReadFrame(nullptr), 1);
+  FileInfo info;
+  reader->GetFileInfo(&info);
+  std::vector<uint64_t> keys;
+  for (const auto& v : video) {
+    if (v.key) {
+      keys.push_back(v.stampUs);
+    }
+  }
+  ASSERT_EQ(keys.size(), 2u);
+  const uint64_t firstKey = keys.front();
+  const uint64_t lastKey = keys.back();
+  EXPECT_EQ(info.u64FileBegPts, firstKey);
+  EXPECT_EQ(info.u64FileEndPts, lastKey);
+  EXPECT_EQ(info.nTotalMinSecond, (lastKey - firstKey) / 1000);
+  EXPECT_EQ(info.nStreamKind, 0u);
+  // Rewound, the same frames come again.
+  ASSERT_EQ(reader->SeekToBegin(), 0);
+  ExpectSameFrames(mediatest::ReadAll(reader.get()), frames);
+
+  CRecReader recReader;
+  ASSERT_EQ(recReader.OpenReader(grec.c_str()), 0);
+  uint8_t view[20];
+  ASSERT_EQ(recReader.ReadFileInfo(view), 0);
+  EXPECT_EQ(ReadU32(view + 16), info.nTotalMinSecond);
+  EXPECT_EQ(std::memcmp(view, &info, 16), 0);
+  uint32_t offset = 0;
+  ASSERT_EQ(recReader.ReadTimeOffset(0, &offset), 0);
+  EXPECT_EQ(offset, 512u);
+  EXPECT_EQ(recReader.ReadTimeOffset(info.nTotalMinSecond + 1, &offset), 1);
+  recReader.CloseReader();
+  EXPECT_EQ(recReader.ReadFileInfo(view), 1);
+
+  // The same frames as a vendor file.
+  samples::MpgOptions mo;
+  const std::string mpg = (dir.path() / "enc.MPG").string();
+  ASSERT_TRUE(samples::WriteFileBytes(mpg, samples::MakeMpgFile(merged, mo)));
+  auto vendor = Open(mpg);
+  ASSERT_NE(vendor, nullptr);
+  ASSERT_NE(dynamic_cast<CFileTembro*>(vendor.get()), nullptr);
+  ExpectSameFrames(mediatest::ReadAll(vendor.get()), frames);
+  vendor->GetFileInfo(&info);
+  EXPECT_EQ(info.nStreamKind, 1u);
+  EXPECT_EQ(info.u64FileEndPts, video.back().stampUs);
+}
+
+TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
+  TempDir dir;
+  const auto first = mediatest::MakeFrames(1, 50, 10, true);
+  auto second = mediatest::MakeFrames(2, 30, 10, true);
+  for (Frame& f : second) {
+    f.stamp += 10000000;
+  }
+  const std::string path = WriteRecording(dir, "append.grec", first);
+  const uint32_t oldIndex = ReadU32(&ReadFileBytes(path)[68]);
+  CRecWriterGrec writer;
+  uint32_t recorded = 7;
+  ASSERT_EQ(writer.OpenWriterEx(path.c_str(), &recorded, CRecWriter::kNarrowPath), 0);
+  EXPECT_EQ(recorded, (first[80].stamp - first[0].stamp) / 1000);  // last key frame is video frame 40
+  uint32_t payload = 0;
+  ASSERT_EQ(writer.WriteFrame(second[0].data.data(), static_cast<uint32_t>(second[0].data.size()), second[0].tag,
+                              second[0].stamp, &payload, nullptr),
+            0);
+  EXPECT_EQ(payload, oldIndex + 32);  // over the old trailer
+  WriteAll(&writer, std::vector<Frame>(second.begin() + 1, second.end()));
+  writer.CloseWriter();
+
+  const Layout layout = ReadLayout(path);
+  ASSERT_TRUE(layout.trailerFound);
+  EXPECT_EQ(layout.trailer.size(), 5u + 3u);
+  EXPECT_EQ(layout.frames.size(), first.size() + second.size());
+  std::vector<Frame> all = first;
+  all.insert(all.end(), second.begin(), second.end());
+  auto reader = Open(path);
+  ASSERT_NE(reader, nullptr);
+  ExpectSameFrames(mediatest::ReadAll(reader.get()), all);
+
+  // A file that is no recording is started again.
+  const std::string other = (dir.path() / "junk.grec").string();
+  mediatest::WriteFileBytes(other, std::vector<uint8_t>(2000, 0x5A));
+  ASSERT_EQ(writer.OpenWriterEx(other.c_str(), &recorded, CRecWriter::kNarrowPath), 0);
+  EXPECT_EQ(recorded, 0u);
+  writer.CloseWriter();
+  EXPECT_EQ(ReadU32(&ReadFileBytes(other)[0]), 0x12345678u);
+}
+
+TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
+  TempDir dir;
+  const std::string path = (dir.path() / "killed.grec").string();
+  const auto frames = mediatest::MakeFrames(3, 120, 25, true);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    CRecWriterGrec writer;
+    if (writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath) != 0) {
+      _exit(3);
+    }
+    for (const Frame& f : frames) {
+      writer.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stamp, nullptr, nullptr);
+    }
+    raise(SIGKILL);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFSIGNALED(status));
+  // The frames that reached the file, counted from the sizes written.
+  // A frame counts once its payload is in; the last video header in the file gives the end.
+  const uint64_t size = std::filesystem::file_size(path);
+  std::vector<Frame> reached;
+  uint64_t lastVideo = 0;
+  uint64_t at = 512;
+  for (const Frame& f : frames) {
+    const uint64_t head = IsVideoKind(f.tag) ? 32 : 16;
+    if (IsVideoKind(f.tag) && at + head <= size) {
+      lastVideo = f.stamp;
+    }
+    if (at + head + f.data.size() > size) {
+      break;
+    }
+    reached.push_back(f);
+    at += head + grec::PaddedLength(f.data.size());
+  }
+  ASSERT_GT(reached.size(), frames.size() / 2);
+  auto reader = Open(path);
+  ASSERT_NE(reader, nullptr);
+  ExpectSameFrames(mediatest::ReadAll(reader.get()), reached);
+  FileInfo info;
+  reader->GetFileInfo(&info);
+  EXPECT_EQ(info.u64FileBegPts, frames[0].stamp);
+  EXPECT_EQ(info.u64FileEndPts, lastVideo);
+}
+
+TEST(RecWriterFactory, ChoosesByName) {
+  struct Case {
+    const char* path;
+    bool mp4;
+  } cases[] = {{"a.mp4", true}, {"/x/B.MP4", true}, {".mp4", false}, {"a.mp4x", false}, {"a.grec", false}, {"mp4", false}};
+  for (const Case& c : cases) {
+    std::unique_ptr<CRecWriter> w(CRecWriter::CreateRecWriter(c.path, CRecWriter::kNarrowPath));
+    ASSERT_NE(w, nullptr);
+    EXPECT_EQ(dynamic_cast<CRecWriterMp4*>(w.get()) != nullptr, c.mp4) << c.path;
+    EXPECT_EQ(dynamic_cast<CRecWriterGrec*>(w.get()) != nullptr, !c.mp4) << c.path;
+  }
+  EXPECT_EQ(CRecWriter::CreateRecWriter(nullptr, 1), nullptr);
+  TempDir dir;
+  CRecWriterMp4 mp4;
+  EXPECT_EQ(mp4.OpenWriter((dir.path() / "x.mp4").c_str(), 1), -1);
+  EXPECT_FALSE(std::filesystem::exists(dir.path() / "x.mp4"));
+}
