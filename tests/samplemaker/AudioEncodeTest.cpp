@@ -41,7 +41,8 @@ void ExpectStamps(const std::vector<EncodedFrame>& frames, uint64_t perFrameSamp
 // G.711 is a per-sample code: libavcodec's decoder must give back the synthetic sound within the
 // code's step size (1/16 of the value, at least 16 near zero), frame by frame, stamped by sample.
 TEST(EncodeAudio, G711RoundTripsThroughAnOutsideDecoder) {
-  for (const auto& [codec, decoder] : {std::pair{AudioCodec::G711A, "pcm_alaw"}, std::pair{AudioCodec::G711U, "pcm_mulaw"}}) {
+  for (const auto& [codec, decoder] :
+       {std::pair{AudioCodec::G711A, "pcm_alaw"}, std::pair{AudioCodec::G711U, "pcm_mulaw"}}) {
     AudioParams p;
     p.codec = codec;
     p.frames = 10;

@@ -21,7 +21,9 @@ uint32_t Le32(const std::vector<uint8_t>& b, size_t at) {
   return static_cast<uint32_t>(b[at]) | static_cast<uint32_t>(b[at + 1]) << 8 | static_cast<uint32_t>(b[at + 2]) << 16 |
          static_cast<uint32_t>(b[at + 3]) << 24;
 }
-uint64_t Le64(const std::vector<uint8_t>& b, size_t at) { return Le32(b, at) | static_cast<uint64_t>(Le32(b, at + 4)) << 32; }
+uint64_t Le64(const std::vector<uint8_t>& b, size_t at) {
+  return Le32(b, at) | static_cast<uint64_t>(Le32(b, at + 4)) << 32;
+}
 
 struct Read {
   size_t offset = 0;
