@@ -67,23 +67,31 @@ bool CFileH264::ReadFileBeginPts() {
   return false;
 }
 
+bool CFileH264::StoreEndPts(bool found, uint64_t stamp) {
+  if (found) {
+    m_FileInfo.u64FileEndPts = stamp;  // FileInfo is packed: no pointer to its 64-bit fields
+  }
+  return found;
+}
+
 bool CFileH264::ReadFileEndPts() {
   if (!m_Index.empty()) {
     m_FileInfo.u64FileEndPts = m_Index.back().u64Stamp;
     return true;
   }
   const uint64_t indexOffset = HeadIndexOffset();
+  uint64_t stamp = 0;
   if (indexOffset == 0) {
     if (m_nFileSize <= grec::kHeadLength) {
       return false;
     }
     const uint64_t length = m_nFileSize < kEndBlock ? m_nFileSize - grec::kHeadLength : kEndBlock;
-    return FindLastVideoStamp(m_nFileSize, length, &m_FileInfo.u64FileEndPts);
+    return StoreEndPts(FindLastVideoStamp(m_nFileSize, length, &stamp), stamp);
   }
   // The first block ends 512 bytes past the frame data, inside the (unusable) trailer: that is
   // where the recorders' tools look too, and files are judged by the same stamps.
   const uint64_t length = indexOffset + grec::kHeadLength < kEndBlock ? indexOffset : kEndBlock;
-  return FindLastVideoStamp(indexOffset + grec::kHeadLength, length, &m_FileInfo.u64FileEndPts);
+  return StoreEndPts(FindLastVideoStamp(indexOffset + grec::kHeadLength, length, &stamp), stamp);
 }
 
 int CFileH264::OpenFile(const char* path) {

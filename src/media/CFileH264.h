@@ -20,6 +20,7 @@ class CFileH264 : public CTaggedFileReader {
   void LoadIndex();
   bool ReadFileBeginPts();
   bool ReadFileEndPts();
+  bool StoreEndPts(bool found, uint64_t stamp);
 };
 
 }  // namespace zp

@@ -48,7 +48,12 @@ bool CFileTembro::ReadFileEndPts() {
     return false;
   }
   const uint64_t length = std::min(kEndBlock, m_nFileSize - grec::kHeadLength);
-  return FindLastVideoStamp(m_nFileSize, length, &m_FileInfo.u64FileEndPts);
+  uint64_t stamp = 0;  // FileInfo is packed: its 64-bit fields cannot be written through a pointer
+  if (!FindLastVideoStamp(m_nFileSize, length, &stamp)) {
+    return false;
+  }
+  m_FileInfo.u64FileEndPts = stamp;
+  return true;
 }
 
 int CFileTembro::OpenFile(const char* path) {
