@@ -86,12 +86,14 @@ bool CFileH264::ReadFileEndPts() {
       return false;
     }
     const uint64_t length = m_nFileSize < kEndBlock ? m_nFileSize - grec::kHeadLength : kEndBlock;
-    return StoreEndPts(FindLastVideoStamp(m_nFileSize, length, &stamp), stamp);
+    const bool found = FindLastVideoStamp(m_nFileSize, length, &stamp);
+    return StoreEndPts(found, stamp);
   }
   // The first block ends 512 bytes past the frame data, inside the (unusable) trailer: that is
   // where the recorders' tools look too, and files are judged by the same stamps.
   const uint64_t length = indexOffset + grec::kHeadLength < kEndBlock ? indexOffset : kEndBlock;
-  return StoreEndPts(FindLastVideoStamp(indexOffset + grec::kHeadLength, length, &stamp), stamp);
+  const bool found = FindLastVideoStamp(indexOffset + grec::kHeadLength, length, &stamp);
+  return StoreEndPts(found, stamp);
 }
 
 int CFileH264::OpenFile(const char* path) {
