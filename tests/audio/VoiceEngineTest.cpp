@@ -1,0 +1,308 @@
+// The voice engine against outside oracles: the ITU-T G.711/G.726 vectors, libavcodec's G.726
+// and IMA decoders, and a DVI4 decoder written here from RFC 3551's description.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "AvAudio.h"
+#include "SampleEncoder.h"
+#include "VoiceTestSupport.h"
+#include "audio/G711.h"
+#include "audio/HiVoice.h"
+
+namespace zp::test {
+namespace {
+
+const std::string kItu = ZEPHPLAY_ITU_VECTORS;
+
+std::vector<int16_t> Sound(int samples, int start = 0) {
+  std::vector<int16_t> pcm;
+  samples::MakeSound(start, samples, 8000, 1, &pcm);
+  return pcm;
+}
+
+std::vector<uint8_t> LowBytes(const std::vector<int16_t>& words) {
+  std::vector<uint8_t> bytes;
+  for (int16_t w : words) {
+    bytes.push_back(static_cast<uint8_t>(w & 0xFF));
+  }
+  return bytes;
+}
+
+TEST(G711, MatchesItuSweepBothWaysBitForBit) {
+  const std::vector<int16_t> source = ReadWords(kItu + "/g711/sweep.src");
+  ASSERT_EQ(source.size(), 65536u);
+  struct Law {
+    const char* codes;
+    const char* expanded;
+    uint8_t (*encode)(int16_t);
+    int16_t (*decode)(uint8_t);
+  };
+  const Law laws[] = {{"/g711/sweep-r.a", "/g711/sweep-r.rea", g711::LinearToAlaw, g711::AlawToLinear},
+                      {"/g711/sweep-r.u", "/g711/sweep-r.reu", g711::LinearToUlaw, g711::UlawToLinear}};
+  for (const Law& law : laws) {
+    SCOPED_TRACE(law.codes);
+    const std::vector<uint8_t> codes = LowBytes(ReadWords(kItu + law.codes));
+    const std::vector<int16_t> expanded = ReadWords(kItu + law.expanded);
+    ASSERT_EQ(codes.size(), source.size());
+    ASSERT_EQ(expanded.size(), source.size());
+    size_t encodeMismatches = 0;
+    size_t decodeMismatches = 0;
+    for (size_t i = 0; i < source.size(); ++i) {
+      encodeMismatches += law.encode(source[i]) != codes[i];
+      decodeMismatches += law.decode(codes[i]) != expanded[i];
+    }
+    EXPECT_EQ(encodeMismatches, 0u);
+    EXPECT_EQ(decodeMismatches, 0u);
+  }
+}
+
+TEST(VoiceEngine, G711UnitsCarryOneCodePerSample) {
+  const std::vector<int16_t> pcm = Sound(320);
+  for (int32_t type : {kVoiceG711A, kVoiceG711U}) {
+    VoiceCodec encoder(type, true);
+    VoiceCodec decoder(type, false);
+    ASSERT_TRUE(encoder.ok() && decoder.ok());
+    const std::vector<uint8_t> unit = encoder.Encode(pcm.data(), 160);
+    ASSERT_EQ(unit.size(), 164u);
+    EXPECT_EQ(unit[0], 0x00);
+    EXPECT_EQ(unit[1], 0x01);
+    EXPECT_EQ(unit[2], 0x50);
+    EXPECT_EQ(unit[3], 0x00);
+    std::vector<int16_t> out;
+    ASSERT_TRUE(decoder.Decode(unit, &out));
+    ASSERT_EQ(out.size(), 160u);
+    for (int i = 0; i < 160; ++i) {
+      const int16_t expect = type == kVoiceG711A ? g711::AlawToLinear(g711::LinearToAlaw(pcm[i]))
+                                                 : g711::UlawToLinear(g711::LinearToUlaw(pcm[i]));
+      ASSERT_EQ(out[i], expect) << i;
+    }
+    // 320-sample units double the payload.
+    EXPECT_EQ(encoder.Encode(pcm.data(), 320).size(), 4u + 320u);
+  }
+}
+
+struct G726Case {
+  int32_t type;
+  const char* avName;
+  int bits;
+};
+
+const G726Case kG726Cases[] = {
+    {kVoiceG726Le16, "g726le", 2},  {kVoiceG726Le24, "g726le", 3},  {kVoiceG726Le32, "g726le", 4},
+    {kVoiceG726Le40, "g726le", 5},  {kVoiceG726Asf16, "g726", 2},   {kVoiceG726Asf24, "g726", 3},
+    {kVoiceG726Asf32, "g726", 4},   {kVoiceG726Asf40, "g726", 5},
+};
+
+TEST(VoiceEngine, G726DecodesAsLibavcodecInBothPackingsWithStateAcrossUnits) {
+  const std::vector<int16_t> pcm = Sound(160 * 20);
+  for (const G726Case& c : kG726Cases) {
+    SCOPED_TRACE(c.type);
+    VoiceCodec encoder(c.type, true);
+    VoiceCodec decoder(c.type, false);
+    ASSERT_TRUE(encoder.ok() && decoder.ok());
+    AvAudioDecoder oracle(c.avName, {8000, 1, 0, c.bits, c.bits * 8000});
+    ASSERT_TRUE(oracle.ok());
+    std::vector<int16_t> ours;
+    std::vector<int16_t> theirs;
+    for (int u = 0; u < 20; ++u) {
+      const std::vector<uint8_t> unit = encoder.Encode(pcm.data() + u * 160, 160);
+      ASSERT_EQ(unit.size(), 4u + 160u * c.bits / 8);
+      ASSERT_TRUE(decoder.Decode(unit, &ours));
+      ASSERT_TRUE(oracle.Decode(unit.data() + 4, unit.size() - 4, &theirs));
+    }
+    ASSERT_EQ(ours.size(), 3200u);
+    EXPECT_EQ(ours, theirs);
+    // The codec really codes: at 32 and 40 kbit/s the sound comes back well.
+    if (c.bits >= 4) {
+      EXPECT_GT(SnrDb(pcm.data(), ours.data(), ours.size()), 15.0);
+    }
+  }
+}
+
+TEST(VoiceEngine, G726PackingsMirrorEachOther) {
+  // At 4 bits a code, the RFC 3551 packing puts the first code in the low nibble and the ASF
+  // packing in the high nibble: the same sound gives nibble-swapped payloads.
+  const std::vector<int16_t> pcm = Sound(160);
+  VoiceCodec le(kVoiceG726Le32, true);
+  VoiceCodec asf(kVoiceG726Asf32, true);
+  const std::vector<uint8_t> a = le.Encode(pcm.data(), 160);
+  const std::vector<uint8_t> b = asf.Encode(pcm.data(), 160);
+  ASSERT_EQ(a.size(), 84u);
+  ASSERT_EQ(b.size(), 84u);
+  for (size_t i = 4; i < a.size(); ++i) {
+    ASSERT_EQ(a[i], static_cast<uint8_t>((b[i] << 4) | (b[i] >> 4))) << i;
+  }
+}
+
+// Packs right-justified codes into RFC 3551 order (first code in the least significant bits).
+std::vector<uint8_t> PackLsbFirst(const std::vector<uint8_t>& codes, int bits) {
+  std::vector<uint8_t> out;
+  uint32_t acc = 0;
+  int have = 0;
+  for (uint8_t code : codes) {
+    acc |= static_cast<uint32_t>(code & ((1 << bits) - 1)) << have;
+    have += bits;
+    while (have >= 8) {
+      out.push_back(static_cast<uint8_t>(acc & 0xFF));
+      acc >>= 8;
+      have -= 8;
+    }
+  }
+  return out;
+}
+
+// What holds against the ITU-T G.726 vectors, and why only that: our G.726 is libavcodec's,
+// which decodes to linear PCM without the reference's synchronous coding adjustment (that
+// adjustment acts on log-PCM output), so the reference's log-PCM output is met exactly only in
+// places; compressed back to log-PCM, our output lies within a small step of the reference for
+// nearly every sample at 16, 24 and 32 kbit/s. Not compared: libavcodec's encoder (it quantises
+// linear input its own way and does not reproduce the reference codes) and 40 kbit/s decoding,
+// where libavcodec's tables leave the reference's output altogether (about 8% agreement).
+TEST(VoiceEngine, G726DecodesItuCodesCloseToTheReference) {
+  const struct {
+    const char* name;
+    int32_t type;
+    int bits;
+    bool alaw;
+  } kVectors[] = {
+      {"rn16fa", kVoiceG726Le16, 2, true},  {"rn24fa", kVoiceG726Le24, 3, true},  {"rn32fa", kVoiceG726Le32, 4, true},
+      {"rn16fm", kVoiceG726Le16, 2, false}, {"rn24fm", kVoiceG726Le24, 3, false}, {"rn32fm", kVoiceG726Le32, 4, false},
+  };
+  for (const auto& v : kVectors) {
+    SCOPED_TRACE(v.name);
+    const std::vector<uint8_t> codes = LowBytes(ReadWords(kItu + "/g726/" + v.name + ".i"));
+    const std::vector<uint8_t> output = LowBytes(ReadWords(kItu + "/g726/" + v.name + ".o"));
+    ASSERT_EQ(codes.size(), 16384u);
+    ASSERT_EQ(codes.size(), output.size());
+    const size_t whole = codes.size() / 160 * 160;
+    VoiceCodec decoder(v.type, false);
+    std::vector<int16_t> decoded;
+    for (size_t pos = 0; pos < whole; pos += 160) {
+      const std::vector<uint8_t> chunk(codes.begin() + pos, codes.begin() + pos + 160);
+      ASSERT_TRUE(decoder.Decode(MakeUnit(PackLsbFirst(chunk, v.bits)), &decoded));
+    }
+    ASSERT_EQ(decoded.size(), whole);
+    size_t exact = 0;
+    size_t near = 0;
+    for (size_t i = 0; i < whole; ++i) {
+      const uint8_t log = v.alaw ? g711::LinearToAlaw(decoded[i]) : g711::LinearToUlaw(decoded[i]);
+      exact += log == output[i];
+      const int ours = v.alaw ? g711::AlawToLinear(log) : g711::UlawToLinear(log);
+      const int ref = v.alaw ? g711::AlawToLinear(output[i]) : g711::UlawToLinear(output[i]);
+      near += std::abs(ours - ref) <= std::max(64, std::abs(ref) / 8);
+    }
+    EXPECT_GT(exact, whole * 7 / 10);
+    EXPECT_GT(near, whole * 95 / 100);
+  }
+}
+
+// RFC 3551's DVI4: a 4-byte header (predicted value, step index, reserved) that seeds the
+// decoder, then 4-bit codes with the first sample in the high nibble; the IMA recommended
+// practice gives the step table and the expansion.
+std::vector<int16_t> RfcDvi4Decode(const uint8_t* payload, size_t bytes) {
+  static const int kIndexAdjust[16] = {-1, -1, -1, -1, 2, 4, 6, 8, -1, -1, -1, -1, 2, 4, 6, 8};
+  static const int kSteps[89] = {
+      7,     8,     9,     10,    11,    12,    13,    14,    16,    17,    19,    21,    23,    25,    28,
+      31,    34,    37,    41,    45,    50,    55,    60,    66,    73,    80,    88,    97,    107,   118,
+      130,   143,   157,   173,   190,   209,   230,   253,   279,   307,   337,   371,   408,   449,   494,
+      544,   598,   658,   724,   796,   876,   963,   1060,  1166,  1282,  1411,  1552,  1707,  1878,  2066,
+      2272,  2499,  2749,  3024,  3327,  3660,  4026,  4428,  4871,  5358,  5894,  6484,  7132,  7845,  8630,
+      9493,  10442, 11487, 12635, 13899, 15289, 16818, 18500, 20350, 22385, 24623, 27086, 29794, 32767};
+  int valpred = static_cast<int16_t>(payload[0] | (payload[1] << 8));
+  int index = payload[2];
+  std::vector<int16_t> out;
+  for (size_t i = 4; i < bytes; ++i) {
+    for (int delta : {payload[i] >> 4, payload[i] & 0x0F}) {
+      const int step = kSteps[index];
+      int vpdiff = step >> 3;
+      if (delta & 4) vpdiff += step;
+      if (delta & 2) vpdiff += step >> 1;
+      if (delta & 1) vpdiff += step >> 2;
+      valpred += (delta & 8) ? -vpdiff : vpdiff;
+      valpred = std::clamp(valpred, -32768, 32767);
+      index = std::clamp(index + kIndexAdjust[delta], 0, 88);
+      out.push_back(static_cast<int16_t>(valpred));
+    }
+  }
+  return out;
+}
+
+TEST(VoiceEngine, Dvi4AgreesWithRfc3551DecoderAndKeepsStateAcrossUnits) {
+  const std::vector<int16_t> pcm = Sound(160 * 10);
+  VoiceCodec encoder(kVoiceDvi4, true);
+  VoiceCodec decoder(kVoiceDvi4, false);
+  ASSERT_TRUE(encoder.ok() && decoder.ok());
+  std::vector<int16_t> ours;
+  int lastPredictor = 0;
+  for (int u = 0; u < 10; ++u) {
+    const std::vector<uint8_t> unit = encoder.Encode(pcm.data() + u * 160, 160);
+    ASSERT_EQ(unit.size(), 4u + 84u);
+    EXPECT_EQ(unit[2], 42);
+    // Each unit's header carries the predictor the previous unit ended with.
+    EXPECT_EQ(static_cast<int16_t>(unit[4] | (unit[5] << 8)), lastPredictor);
+    const size_t before = ours.size();
+    ASSERT_TRUE(decoder.Decode(unit, &ours));
+    ASSERT_EQ(ours.size() - before, 160u);
+    const std::vector<int16_t> reference = RfcDvi4Decode(unit.data() + 4, unit.size() - 4);
+    ASSERT_EQ(std::vector<int16_t>(ours.begin() + before, ours.end()), reference);
+    lastPredictor = ours.back();
+  }
+  EXPECT_GT(SnrDb(pcm.data(), ours.data(), ours.size()), 20.0);
+}
+
+TEST(VoiceEngine, ImaAgreesWithLibavcodecImaWav) {
+  const std::vector<int16_t> pcm = Sound(160 * 10, 4000);
+  VoiceCodec encoder(kVoiceIma, true);
+  VoiceCodec decoder(kVoiceIma, false);
+  ASSERT_TRUE(encoder.ok() && decoder.ok());
+  std::vector<int16_t> ours;
+  for (int u = 0; u < 10; ++u) {
+    const std::vector<uint8_t> unit = encoder.Encode(pcm.data() + u * 160, 160);
+    ASSERT_EQ(unit.size(), 4u + 84u);
+    std::vector<int16_t> one;
+    ASSERT_TRUE(decoder.Decode(unit, &one));
+    // The header's sample comes out first: 161 samples from 160 codes.
+    ASSERT_EQ(one.size(), 161u);
+    AvAudioDecoder oracle("adpcm_ima_wav", {8000, 1, 84, 4, 0});
+    ASSERT_TRUE(oracle.ok());
+    std::vector<int16_t> theirs;
+    ASSERT_TRUE(oracle.Decode(unit.data() + 4, 84, &theirs));
+    ASSERT_EQ(one, theirs) << "unit " << u;
+    ours.insert(ours.end(), one.begin() + 1, one.end());
+  }
+  EXPECT_GT(SnrDb(pcm.data(), ours.data(), ours.size()), 15.0);
+}
+
+TEST(VoiceEngine, RefusesBadUnitsAndUnknownTypes) {
+  alignas(8) uint8_t state[kStateBytesG726] = {};
+  EXPECT_NE(HI_VOICE_DecReset(state, 8), 0);
+  EXPECT_NE(HI_VOICE_DecReset(state, 40), 0);
+  EXPECT_NE(HI_VOICE_DecReset(nullptr, kVoiceG711A), 0);
+  int16_t out[kVoiceMaxSamples];
+  uint16_t n = 99;
+  std::vector<uint8_t> unit = MakeUnit(std::vector<uint8_t>(160, 0x55));
+  // A zeroed state was never reset.
+  EXPECT_NE(HI_VOICE_DecodeFrame(state, unit.data(), out, &n), 0);
+  ASSERT_EQ(HI_VOICE_DecReset(state, kVoiceG726Le16), 0);
+  unit[0] = 0x01;
+  EXPECT_NE(HI_VOICE_DecodeFrame(state, unit.data(), out, &n), 0);
+  EXPECT_EQ(n, 0);
+  // 510 bytes at 2 bits a code would be 2040 samples: more than a unit may hold.
+  const std::vector<uint8_t> huge = MakeUnit(std::vector<uint8_t>(510, 0x11));
+  EXPECT_NE(HI_VOICE_DecodeFrame(state, huge.data(), out, &n), 0);
+  // An encoder refuses a decoding state and a count that makes no whole unit.
+  int16_t pcm[kVoiceMaxSamples + 16] = {};
+  uint8_t unitOut[kVoiceUnitHead + kVoiceMaxPayload];
+  EXPECT_NE(HI_VOICE_EncodeFrame(state, pcm, unitOut, 160), 0);
+  ASSERT_EQ(HI_VOICE_EncReset(state, kVoiceG726Le24), 0);
+  EXPECT_NE(HI_VOICE_EncodeFrame(state, pcm, unitOut, 161), 0);
+  EXPECT_NE(HI_VOICE_EncodeFrame(state, pcm, unitOut, kVoiceMaxSamples + 16), 0);
+  EXPECT_EQ(HI_VOICE_EncodeFrame(state, pcm, unitOut, 320), 0);
+  HI_VOICE_Release(state);
+}
+
+}  // namespace
+}  // namespace zp::test
