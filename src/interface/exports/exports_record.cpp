@@ -102,7 +102,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_WriteFrame(ZEPHPLAY_WRITER* writer, 
   if (writer == nullptr) {
     return -1;
   }
-  return ToWriter(writer)->WriteFrame(data, length, tag, stamp, payloadOffset, nextOffset);
+  return zp::Guarded("ZEPHPLAY_WriteFrame", [&] {  // the index may grow
+    return ToWriter(writer)->WriteFrame(data, length, tag, stamp, payloadOffset, nextOffset);
+  });
 }
 
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseWriter(ZEPHPLAY_WRITER* writer) {
