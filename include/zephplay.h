@@ -228,6 +228,81 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileHeadLength(uint32_t* length);
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileHead(uint8_t* buffer, uint32_t* length);
 
+/* ---------------------------------------------------------------------------------------------
+ * Video: decoded pictures, drawing and snapshots
+ *
+ * Pictures are YUV 4:2:0 planar. A window is the caller's native window handle: an X11 Window
+ * id (cast to void*) on Linux, an HWND on Windows. With a NULL window nothing is drawn, but
+ * every callback below is still called. Colours are 0x00BBGGRR (255 is red, 0xFFFFFF white).
+ *
+ * Drawing parameters (set through a play handle's window and display exports):
+ *  - on-screen text: slots 0..7 (slot 5 is the player's status line), each with its text
+ *    (UTF-8; NULL or "" clears the slot), position in window pixels, colour, size in pixels
+ *    (0: 16) and flags (bit 0: a dark box behind the text);
+ *  - play rectangle: where the picture goes in the window (NULL: the whole window);
+ *  - mirror mode: 0 none, 1 left-right, 2 upside down, 3 both;
+ *  - zoom: percent (0 or 100: off, at most 800) around a picture point (0, 0: the centre);
+ *  - start and end offsets: pixels cut from the left/top and from the right/bottom of the
+ *    picture before it is shown; offsets that leave less than 2 x 2 pixels are ignored;
+ *  - colour parameters: brightness, contrast, saturation and hue, each 0..100 with 50 neutral
+ *    (default): brightness shifts by up to +-128 luma steps, contrast and saturation scale by
+ *    0..2, hue turns the colours by -180..180 degrees; other values give -1;
+ *  - adjusting to the window: its size is read again before the next picture.
+ * Drawing happens at most once every 16 ms; pictures whose width or height is below 100 are
+ * never drawn nor captured.
+ * ------------------------------------------------------------------------------------------- */
+
+/** A rectangle in window pixels; right and bottom are exclusive. */
+typedef struct ZEPHPLAY_RECT {
+  int32_t left;
+  int32_t top;
+  int32_t right;
+  int32_t bottom;
+} ZEPHPLAY_RECT;
+
+/** A point or a pair of pixel counts. */
+typedef struct ZEPHPLAY_POINT {
+  int32_t x;
+  int32_t y;
+} ZEPHPLAY_POINT;
+
+/**
+ * Decode callback: called on the player's decode thread for every decoded picture, with the
+ * user value first, the three planes and their strides in bytes, the picture size and the
+ * frame's stamp in microseconds. The planes are valid only during the call.
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCallBack)(uint64_t user, const uint8_t* y,
+    const uint8_t* u, const uint8_t* v, int32_t yStride, int32_t uStride, int32_t vStride,
+    int32_t width, int32_t height, uint64_t stamp);
+
+/** Picture-size callback: called on the decode thread when the decoded size changes. */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_SizeCallBack)(int32_t width, int32_t height, uint64_t user);
+
+/**
+ * Display callback: called on the player's thread after each picture is drawn (or, without a
+ * window, would have been): the window handle, the picture's width and height, its stamp in
+ * microseconds, and the size it was shown at (0 x 0 without a window).
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DisplayCallBack)(uint64_t window, uint32_t width,
+    uint32_t height, uint64_t stamp, uint32_t shownWidth, uint32_t shownHeight, uint64_t user);
+
+/**
+ * Extended decode callback: called on the player's thread just before each picture is drawn:
+ * its stamp in microseconds, width, height, Y stride, U/V stride and the player's draw index.
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCBEx)(uint64_t stamp, uint32_t width, uint32_t height,
+    uint32_t yStride, uint32_t uvStride, uint32_t index, uint64_t user);
+
+/**
+ * Decodes one H.264 key frame (Annex-B, with its parameter sets) and saves the picture as a
+ * 24-bit BMP file at path (UTF-8; overwritten). Nothing is drawn and no handle is needed.
+ * Returns 0 when a picture was decoded and saved; -1 when frame or path is NULL, length is 0,
+ * no picture came out (not a key frame, damaged data, or a picture below 100 x 100), or the
+ * file could not be written.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_IFrameToBMP(const uint8_t* frame, uint32_t length,
+                                                        const char* path);
+
 #ifdef __cplusplus
 }
 #endif

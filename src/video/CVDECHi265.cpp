@@ -1,0 +1,100 @@
+#include "video/CVDECHi265.h"
+
+#include <cstdlib>
+
+#include "interface/log/LogAccess.h"
+
+namespace zp {
+
+namespace {
+
+void* CoreMalloc(uint32_t /*channel*/, uint32_t size) { return std::malloc(size); }
+
+void CoreFree(uint32_t /*channel*/, void* memory) { std::free(memory); }
+
+void CoreLog(uint32_t /*channel*/, int32_t level, const char* text) {
+  if (level >= 2) {
+    LogError("%s %s", "CVDECHi265::CoreLog", text);
+  } else {
+    LogDetail("%s %s", "CVDECHi265::CoreLog", text);
+  }
+}
+
+}  // namespace
+
+CVDECHi265::~CVDECHi265() { UnInit(); }
+
+uint32_t CVDECHi265::InitDecoder(uint32_t /*nFlag*/) {
+  if (m_hDecoder != nullptr) {
+    return m_nInit;
+  }
+  IHW265D_INIT_PARAM param{};
+  param.uiMaxWidth = kMaxWidth;
+  param.uiMaxHeight = kMaxHeight;
+  param.uiMaxRefNum = 4;
+  param.uiThreadType = 1;
+  param.uiOutputOrder = 1;
+  param.MallocFxn = &CoreMalloc;
+  param.FreeFxn = &CoreFree;
+  param.LogFxn = &CoreLog;
+  const int32_t result = IHW265D_Create(&m_hDecoder, &param);
+  if (result != IHW265D_OK) {
+    m_hDecoder = nullptr;
+    LogError("%s IHW265D_Create Fail:%d", "CVDECHi265::InitDecoder", result);
+    m_nInit = 1;  // set on failure only: kept as the players expect it
+    return m_nInit;
+  }
+  LogInfo("%s IHW265D_Create OK:%X", "CVDECHi265::InitDecoder",
+          static_cast<unsigned>(reinterpret_cast<uintptr_t>(m_hDecoder)));
+  m_nWaitKey = 1;
+  return m_nInit;
+}
+
+int CVDECHi265::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nLength,
+                               uint64_t u64Stamp) {
+  if (m_hDecoder == nullptr || pData == nullptr || nLength == 0) {
+    return 0;
+  }
+  if (m_nWaitKey != 0) {
+    if (!IsKeyFrame(nType)) {
+      return 0;
+    }
+    m_nWaitKey = 0;
+  }
+  const IHW265D_INARGS in{pData, nLength, u64Stamp / 1000};
+  // The core frees the current picture's planes when it puts out the next one.
+  m_decodeData.SetPicture(kPictureNone, nullptr, 0);
+  const int32_t result = IHW265D_Decode(m_hDecoder, &in, &m_outArgs);
+  if (result != IHW265D_OK || m_outArgs.eDecodeStatus != IHW265D_GETDISPLAY) {
+    return 0;
+  }
+  m_picture = m_outArgs;
+  SetSize(m_picture.uiDecWidth, m_picture.uiDecHeight);
+  PictureInfo picture;
+  picture.nKey = m_picture.bIsIntraPic;
+  picture.nWidth = m_picture.uiDecWidth;
+  picture.nHeight = m_picture.uiDecHeight;
+  picture.pY = m_picture.pucOutYUV[0];
+  picture.pU = m_picture.pucOutYUV[1];
+  picture.pV = m_picture.pucOutYUV[2];
+  picture.nYStride = m_picture.uiYStride;
+  picture.nUVStride = m_picture.uiUVStride;
+  picture.u64Stamp = u64Stamp;
+  const int32_t strides[3] = {static_cast<int32_t>(m_picture.uiYStride),
+                              static_cast<int32_t>(m_picture.uiUVStride),
+                              static_cast<int32_t>(m_picture.uiUVStride)};
+  DeliverPicture(kPictureIhw265d, &m_picture, picture, strides, u64Stamp);
+  return 1;
+}
+
+int CVDECHi265::UnInit() {
+  m_decodeData.SetPicture(kPictureNone, nullptr, 0);
+  if (m_hDecoder != nullptr) {
+    IHW265D_Delete(m_hDecoder);
+    m_hDecoder = nullptr;
+  }
+  m_nInit = 0;
+  return 0;
+}
+
+}  // namespace zp

@@ -1,0 +1,208 @@
+#include "video/PictureCapture.h"
+
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <memory>
+#include <vector>
+
+extern "C" {
+#include <jpeglib.h>
+}
+
+#include "common/ColorTables.h"
+#include "interface/log/LogAccess.h"
+
+namespace zp {
+
+namespace {
+
+constexpr int kJpegQuality = 90;
+constexpr char kJpegComment[] = "libzephplay picture capture";
+constexpr size_t kJpegBufferBytes = 64 * 1024;
+
+inline uint8_t Clip(int v) {
+  v >>= 13;
+  return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v));
+}
+
+// One output row from one luma row and the chroma row it shares with its neighbour.
+void ConvertRow(const ColorTables& t, const uint8_t* y, const uint8_t* u, const uint8_t* v,
+                uint32_t width, uint8_t* out, bool bgr) {
+  const int ri = bgr ? 2 : 0;
+  const int bi = bgr ? 0 : 2;
+  constexpr int kRound = 1 << 12;
+  for (uint32_t x = 0; x < width; ++x) {
+    const int cu = u[x >> 1];
+    const int cv = v[x >> 1];
+    const int l = t.luma[y[x]] + kRound;
+    out[ri] = Clip(l + t.vToRed[cv]);
+    out[1] = Clip(l - t.vToGreen[cv] - t.uToGreen[cu]);
+    out[bi] = Clip(l + t.uToBlue[cu]);
+    out += 3;
+  }
+}
+
+bool Usable(const PictureInfo& p) {
+  return p.pY != nullptr && p.pU != nullptr && p.pV != nullptr && p.nWidth > 0 &&
+         p.nHeight > 0 && p.nYStride >= p.nWidth && p.nUVStride >= (p.nWidth + 1) / 2;
+}
+
+void PutLe16(uint8_t* p, uint16_t v) {
+  p[0] = static_cast<uint8_t>(v);
+  p[1] = static_cast<uint8_t>(v >> 8);
+}
+
+void PutLe32(uint8_t* p, uint32_t v) {
+  for (int i = 0; i < 4; ++i) {
+    p[i] = static_cast<uint8_t>(v >> (8 * i));
+  }
+}
+
+// The libjpeg destination manager: compressed bytes go through a fixed buffer into the stream.
+struct StreamDestination {
+  jpeg_destination_mgr mgr{};
+  std::ofstream* stream = nullptr;
+  std::unique_ptr<JOCTET[]> buffer;
+  bool failed = false;
+
+  static void Init(j_compress_ptr cinfo) {
+    auto* self = reinterpret_cast<StreamDestination*>(cinfo->dest);
+    self->mgr.next_output_byte = self->buffer.get();
+    self->mgr.free_in_buffer = kJpegBufferBytes;
+  }
+  static boolean Empty(j_compress_ptr cinfo) {
+    auto* self = reinterpret_cast<StreamDestination*>(cinfo->dest);
+    self->Write(kJpegBufferBytes);
+    Init(cinfo);
+    return TRUE;
+  }
+  static void Term(j_compress_ptr cinfo) {
+    auto* self = reinterpret_cast<StreamDestination*>(cinfo->dest);
+    self->Write(kJpegBufferBytes - self->mgr.free_in_buffer);
+    self->stream->flush();
+  }
+  void Write(size_t n) {
+    stream->write(reinterpret_cast<const char*>(buffer.get()), static_cast<std::streamsize>(n));
+    failed = failed || !stream->good();
+  }
+};
+
+struct JpegError {
+  jpeg_error_mgr mgr{};
+  std::jmp_buf jump{};
+  static void Exit(j_common_ptr cinfo) {
+    char text[JMSG_LENGTH_MAX];
+    (*cinfo->err->format_message)(cinfo, text);
+    LogError("%s %s", "SavePictureJPEG", text);
+    std::longjmp(reinterpret_cast<JpegError*>(cinfo->err)->jump, 1);
+  }
+};
+
+// Kept free of C++ objects with destructors: libjpeg leaves through longjmp on an error.
+bool Compress(const PictureInfo& picture, const uint8_t* rgb, StreamDestination* dest) {
+  jpeg_compress_struct cinfo{};
+  JpegError error;
+  cinfo.err = jpeg_std_error(&error.mgr);
+  error.mgr.error_exit = &JpegError::Exit;
+  if (setjmp(error.jump) != 0) {
+    jpeg_destroy_compress(&cinfo);
+    return false;
+  }
+  jpeg_create_compress(&cinfo);
+  cinfo.dest = &dest->mgr;
+  cinfo.image_width = picture.nWidth;
+  cinfo.image_height = picture.nHeight;
+  cinfo.input_components = 3;
+  cinfo.in_color_space = JCS_RGB;
+  jpeg_set_defaults(&cinfo);
+  jpeg_set_quality(&cinfo, kJpegQuality, TRUE);
+  for (int c = 0; c < 3; ++c) {  // 4:4:4: every component at full resolution
+    cinfo.comp_info[c].h_samp_factor = 1;
+    cinfo.comp_info[c].v_samp_factor = 1;
+  }
+  cinfo.dct_method = JDCT_ISLOW;
+  jpeg_start_compress(&cinfo, TRUE);
+  jpeg_write_marker(&cinfo, JPEG_COM, reinterpret_cast<const JOCTET*>(kJpegComment),
+                    sizeof(kJpegComment) - 1);
+  const size_t rowBytes = static_cast<size_t>(picture.nWidth) * 3;
+  JSAMPROW rows[16];
+  while (cinfo.next_scanline < cinfo.image_height) {
+    const JDIMENSION left = cinfo.image_height - cinfo.next_scanline;
+    const JDIMENSION n = left < 16 ? left : 16;
+    for (JDIMENSION i = 0; i < n; ++i) {
+      rows[i] = const_cast<JSAMPROW>(rgb + (cinfo.next_scanline + i) * rowBytes);
+    }
+    jpeg_write_scanlines(&cinfo, rows, n);
+  }
+  jpeg_finish_compress(&cinfo);
+  jpeg_destroy_compress(&cinfo);
+  return true;
+}
+
+}  // namespace
+
+void ConvertPictureToRgb(const PictureInfo& picture, uint8_t* dst, size_t rowBytes, bool bgr,
+                         bool bottomUp) {
+  const ColorTables& tables = GetColorTables();
+  for (uint32_t row = 0; row < picture.nHeight; ++row) {
+    const size_t chromaRow = static_cast<size_t>(row >> 1) * picture.nUVStride;
+    uint8_t* out = dst + (bottomUp ? picture.nHeight - 1 - row : row) * rowBytes;
+    ConvertRow(tables, picture.pY + static_cast<size_t>(row) * picture.nYStride,
+               picture.pU + chromaRow, picture.pV + chromaRow, picture.nWidth, out, bgr);
+  }
+}
+
+CaptureResult SavePictureBMP(const PictureInfo& picture, const char* path) {
+  if (!Usable(picture) || path == nullptr) {
+    return CaptureResult::kFailed;
+  }
+  std::FILE* file = std::fopen(path, "wb");
+  if (file == nullptr) {
+    return CaptureResult::kOpenFailed;
+  }
+  const size_t rowBytes = (static_cast<size_t>(picture.nWidth) * 3 + 3) & ~static_cast<size_t>(3);
+  const size_t imageBytes = rowBytes * picture.nHeight;
+  std::vector<uint8_t> data(54 + imageBytes);
+  uint8_t* h = data.data();
+  h[0] = 'B';
+  h[1] = 'M';
+  PutLe32(h + 2, static_cast<uint32_t>(data.size()));
+  PutLe32(h + 10, 54);
+  PutLe32(h + 14, 40);
+  PutLe32(h + 18, picture.nWidth);
+  PutLe32(h + 22, picture.nHeight);  // positive height: rows bottom-up
+  PutLe16(h + 26, 1);
+  PutLe16(h + 28, 24);
+  ConvertPictureToRgb(picture, h + 54, rowBytes, true, true);
+  const bool ok = std::fwrite(data.data(), 1, data.size(), file) == data.size();
+  const bool closed = std::fclose(file) == 0;
+  return ok && closed ? CaptureResult::kWritten : CaptureResult::kFailed;
+}
+
+CaptureResult SavePictureJPEG(const PictureInfo& picture, const char* path) {
+  if (!Usable(picture) || path == nullptr) {
+    return CaptureResult::kFailed;
+  }
+  std::ofstream stream(path, std::ios::binary | std::ios::trunc);
+  if (!stream) {
+    return CaptureResult::kOpenFailed;
+  }
+  const size_t rowBytes = static_cast<size_t>(picture.nWidth) * 3;
+  std::unique_ptr<uint8_t[]> rgb(new uint8_t[rowBytes * picture.nHeight]);
+  ConvertPictureToRgb(picture, rgb.get(), rowBytes, false, false);
+  StreamDestination dest;
+  dest.stream = &stream;
+  dest.buffer.reset(new JOCTET[kJpegBufferBytes]);
+  dest.mgr.init_destination = &StreamDestination::Init;
+  dest.mgr.empty_output_buffer = &StreamDestination::Empty;
+  dest.mgr.term_destination = &StreamDestination::Term;
+  if (!Compress(picture, rgb.get(), &dest) || dest.failed) {
+    return CaptureResult::kFailed;
+  }
+  stream.close();
+  return stream.fail() ? CaptureResult::kFailed : CaptureResult::kWritten;
+}
+
+}  // namespace zp

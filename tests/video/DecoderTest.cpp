@@ -1,0 +1,282 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+#include "SampleEncoder.h"
+#include "VideoTestSupport.h"
+#include "video/CVDECH264.h"
+#include "video/CVDECHi265.h"
+#include "video/CVDECHis.h"
+
+namespace zp {
+namespace {
+
+using samples::EncodedFrame;
+using samples::VideoCodec;
+using samples::VideoParams;
+using videotest::Planes;
+
+uint32_t TypeOf(const EncodedFrame& f) { return f.key ? CVDEC::kKeyFrameType : 0x63643100; }
+
+std::vector<EncodedFrame> Encode(VideoCodec codec, int w, int h, int frames, bool bFrames,
+                                 int gop = 12) {
+  VideoParams p;
+  p.codec = codec;
+  p.width = w;
+  p.height = h;
+  p.frames = frames;
+  p.gop = gop;
+  p.bFrames = bFrames;
+  return samples::EncodeVideo(p);
+}
+
+// Feeds every frame and packs each picture the decoder puts out (via its picture callback and
+// its current picture, which must agree).
+struct Collector {
+  std::vector<Planes> pictures;
+  std::vector<std::pair<int, int>> sizes;
+  int mismatches = 0;
+
+  static void OnPicture(uint64_t user, const uint8_t* y, const uint8_t* u, const uint8_t* v,
+                        int32_t ys, int32_t us, int32_t vs, int32_t w, int32_t h, uint64_t) {
+    auto* self = reinterpret_cast<Collector*>(static_cast<uintptr_t>(user));
+    self->pictures.push_back(videotest::PackPicture(y, u, v, ys, us, w, h));
+    if (us != vs) {
+      ++self->mismatches;
+    }
+  }
+  static void OnSize(int32_t w, int32_t h, uint64_t user) {
+    reinterpret_cast<Collector*>(static_cast<uintptr_t>(user))->sizes.emplace_back(w, h);
+  }
+  void Attach(CVDEC* dec) {
+    dec->SetDecCallBack(reinterpret_cast<uintptr_t>(this), &OnPicture);
+    dec->SetSizeCallBack(&OnSize, reinterpret_cast<uintptr_t>(this));
+  }
+  int Feed(CVDEC* dec, const std::vector<EncodedFrame>& frames, size_t from = 0) {
+    int out = 0;
+    for (size_t i = from; i < frames.size(); ++i) {
+      const size_t before = pictures.size();
+      const int r = dec->DecodeOneFrame(TypeOf(frames[i]), frames[i].data.data(),
+                                        static_cast<uint32_t>(frames[i].data.size()),
+                                        frames[i].stampUs);
+      out += r;
+      if (r == 1) {
+        PictureInfo info;
+        if (!dec->GetPicture(&info) || !(videotest::PackPicture(info) == pictures.back())) {
+          ++mismatches;
+        }
+      } else if (pictures.size() != before) {
+        ++mismatches;
+      }
+    }
+    return out;
+  }
+};
+
+// The pictures a decoder put out are the reference decoder's first ones, bit for bit, and only
+// the reordering delay is missing at the end.
+void ExpectPrefixOf(const std::vector<Planes>& got, const std::vector<Planes>& ref,
+                    size_t maxMissing) {
+  ASSERT_LE(got.size(), ref.size());
+  EXPECT_GE(got.size() + maxMissing, ref.size());
+  for (size_t i = 0; i < got.size(); ++i) {
+    ASSERT_TRUE(got[i] == ref[i]) << "picture " << i << " differs";
+  }
+}
+
+struct StreamCase {
+  VideoCodec codec;
+  bool bFrames;
+};
+
+class H264DecoderMatches : public ::testing::TestWithParam<StreamCase> {};
+
+TEST_P(H264DecoderMatches, PlanesEqualDirectDecodeAndEarlyFramesAreDropped) {
+  const StreamCase c = GetParam();
+  const bool hevc = c.codec == VideoCodec::H265;
+  const auto frames = Encode(c.codec, 352, 288, 36, c.bFrames);
+  ASSERT_EQ(frames.size(), 36u);
+
+  CVDECH264 dec(hevc, nullptr);
+  ASSERT_EQ(dec.InitDecoder(0), 1u);
+  Collector col;
+  col.Attach(&dec);
+  const int delivered = col.Feed(&dec, frames);
+  EXPECT_EQ(delivered, static_cast<int>(col.pictures.size()));
+  EXPECT_EQ(col.mismatches, 0);
+  ExpectPrefixOf(col.pictures, videotest::ReferenceDecode(frames, hevc), 4);
+  ASSERT_EQ(col.sizes.size(), 1u);
+  EXPECT_EQ(col.sizes[0], std::make_pair(352, 288));
+
+  // Joining mid-GOP: nothing comes out before the next key frame, then it decodes as a
+  // stream that starts there.
+  CVDECH264 late(hevc, nullptr);
+  late.InitDecoder(0);
+  Collector lateCol;
+  lateCol.Attach(&late);
+  int early = 0;
+  for (size_t i = 3; i < 12; ++i) {
+    early += late.DecodeOneFrame(TypeOf(frames[i]), frames[i].data.data(),
+                                 static_cast<uint32_t>(frames[i].data.size()), frames[i].stampUs);
+  }
+  EXPECT_EQ(early, 0);
+  ASSERT_TRUE(frames[12].key);
+  lateCol.Feed(&late, frames, 12);
+  const std::vector<EncodedFrame> tail(frames.begin() + 12, frames.end());
+  ExpectPrefixOf(lateCol.pictures, videotest::ReferenceDecode(tail, hevc), 4);
+  EXPECT_GT(lateCol.pictures.size(), 15u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, H264DecoderMatches,
+                         ::testing::Values(StreamCase{VideoCodec::H264, false},
+                                           StreamCase{VideoCodec::H264, true},
+                                           StreamCase{VideoCodec::H265, false},
+                                           StreamCase{VideoCodec::H265, true}),
+                         [](const auto& info) {
+                           return std::string(info.param.codec == VideoCodec::H264 ? "H264" : "HEVC") +
+                                  (info.param.bFrames ? "_BFrames" : "_NoBFrames");
+                         });
+
+TEST(H264Decoder, ResolutionChangeMidStreamFollowsTheReference) {
+  for (VideoCodec codec : {VideoCodec::H264, VideoCodec::H265}) {
+    const bool hevc = codec == VideoCodec::H265;
+    auto frames = Encode(codec, 352, 288, 20, false);
+    const auto second = Encode(codec, 640, 360, 20, false);
+    frames.insert(frames.end(), second.begin(), second.end());
+    CVDECH264 dec(hevc, nullptr);
+    dec.InitDecoder(0);
+    Collector col;
+    col.Attach(&dec);
+    col.Feed(&dec, frames);
+    EXPECT_EQ(col.mismatches, 0);
+    ExpectPrefixOf(col.pictures, videotest::ReferenceDecode(frames, hevc), 4);
+    ASSERT_EQ(col.sizes.size(), 2u);
+    EXPECT_EQ(col.sizes[1], std::make_pair(640, 360));
+    EXPECT_EQ(dec.Width(), 640u);
+    EXPECT_EQ(dec.Height(), 360u);
+  }
+}
+
+TEST(HisiDecoders, GiveTheSamePicturesAsCVDECH264) {
+  const auto h264 = Encode(VideoCodec::H264, 352, 288, 30, false);
+  const auto hevc = Encode(VideoCodec::H265, 352, 288, 30, false);
+
+  CVDECH264 refH264(false, nullptr), refHevc(true, nullptr);
+  refH264.InitDecoder(0);
+  refHevc.InitDecoder(0);
+  Collector a, b;
+  a.Attach(&refH264);
+  b.Attach(&refHevc);
+  a.Feed(&refH264, h264);
+  b.Feed(&refHevc, hevc);
+
+  CVDECHis his;
+  EXPECT_EQ(his.InitDecoder(0), 1u);
+  Collector hisCol;
+  hisCol.Attach(&his);
+  hisCol.Feed(&his, h264);
+  EXPECT_EQ(hisCol.mismatches, 0);
+  EXPECT_EQ(hisCol.pictures.size(), 30u);  // without reordering every frame gives its picture
+  ExpectPrefixOf(a.pictures, hisCol.pictures, 0);
+
+  CVDECHi265 hi265;
+  // The core came up, yet the initialised flag stays clear: set on failure only.
+  EXPECT_EQ(hi265.InitDecoder(0), 0u);
+  EXPECT_TRUE(hi265.HasCore());
+  EXPECT_FALSE(hi265.IsInit());
+  Collector hiCol;
+  hiCol.Attach(&hi265);
+  hiCol.Feed(&hi265, hevc);
+  EXPECT_EQ(hiCol.mismatches, 0);
+  EXPECT_GE(hiCol.pictures.size(), 29u);
+  const size_t n = std::min(hiCol.pictures.size(), b.pictures.size());
+  for (size_t i = 0; i < n; ++i) {
+    ASSERT_TRUE(hiCol.pictures[i] == b.pictures[i]) << "HEVC picture " << i;
+  }
+}
+
+TEST(HisiDecoders, Hi264DrainsEveryPictureOfReorderedStreams) {
+  const auto frames = Encode(VideoCodec::H264, 352, 288, 30, true);
+  CVDECHis his;
+  his.InitDecoder(0);
+  Collector col;
+  col.Attach(&his);
+  col.Feed(&his, frames);
+  ExpectPrefixOf(col.pictures, videotest::ReferenceDecode(frames, false), 4);
+}
+
+TEST(HisiDecoders, MacroblockLimitsFollowThePictureClass) {
+  uint32_t w = 0, h = 0;
+  CVDECHis::LimitsFor(6, &w, &h);
+  EXPECT_EQ(w * 16, 2048u);
+  EXPECT_EQ(h * 16, 1152u);
+  CVDECHis::LimitsFor(5, &w, &h);
+  EXPECT_EQ(std::make_pair(w, h), std::make_pair(88u, 52u));
+  CVDECHis::LimitsFor(4, &w, &h);
+  EXPECT_EQ(std::make_pair(w, h), std::make_pair(48u, 40u));
+
+  // 1280x720 exceeds the D1 limit (768 x 640) and fits the 720P one.
+  const auto frames = Encode(VideoCodec::H264, 1280, 720, 3, false);
+  CVDECHis small;
+  small.SetPictureClass(4);
+  small.InitDecoder(0);
+  Collector refused;
+  refused.Attach(&small);
+  EXPECT_EQ(refused.Feed(&small, frames), 0);
+  EXPECT_TRUE(refused.pictures.empty());
+
+  CVDECHis hd;
+  hd.SetPictureClass(5);
+  hd.InitDecoder(0);
+  Collector taken;
+  taken.Attach(&hd);
+  EXPECT_EQ(taken.Feed(&hd, frames), 3);
+  EXPECT_EQ(hd.Width(), 1280u);
+}
+
+TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
+  for (VideoCodec codec : {VideoCodec::H264, VideoCodec::H265}) {
+    const bool hevc = codec == VideoCodec::H265;
+    const auto frames = Encode(codec, 352, 288, 24, false);
+    CVDECH264 dec(hevc, nullptr);
+    dec.InitDecoder(0);
+    std::mt19937 rng(7);
+    std::vector<uint8_t> noise(4000);
+    for (auto& b : noise) {
+      b = static_cast<uint8_t>(rng());
+    }
+    // Random bytes announced as a key frame, then truncated units, then an empty frame.
+    dec.DecodeOneFrame(CVDEC::kKeyFrameType, noise.data(), static_cast<uint32_t>(noise.size()), 0);
+    for (size_t i = 0; i < 12; ++i) {
+      const auto& f = frames[i];
+      dec.DecodeOneFrame(TypeOf(f), f.data.data(), static_cast<uint32_t>(f.data.size() / 3), f.stampUs);
+    }
+    EXPECT_EQ(dec.DecodeOneFrame(CVDEC::kKeyFrameType, nullptr, 0, 0), 0);
+
+    // A parameter set claiming an absurd size: the first bytes after the start code of the
+    // key frame's first unit are mangled.
+    std::vector<uint8_t> absurd = frames[0].data;
+    for (size_t i = 5; i < 14 && i < absurd.size(); ++i) {
+      absurd[i] = 0xFF;
+    }
+    dec.DecodeOneFrame(CVDEC::kKeyFrameType, absurd.data(), static_cast<uint32_t>(absurd.size()), 0);
+
+    // The next clean key frame decodes again.
+    Collector col;
+    col.Attach(&dec);
+    col.Feed(&dec, frames, 12);
+    EXPECT_GE(col.pictures.size(), 10u);
+    const std::vector<EncodedFrame> tail(frames.begin() + 12, frames.end());
+    const auto ref = videotest::ReferenceDecode(tail, hevc);
+    // A picture of the damaged data may still come out first; the rest are clean.
+    size_t clean = 0;
+    for (const Planes& p : col.pictures) {
+      clean += std::find(ref.begin(), ref.end(), p) != ref.end() ? 1 : 0;
+    }
+    EXPECT_GE(clean, 10u) << (hevc ? "HEVC" : "H.264");
+  }
+}
+
+}  // namespace
+}  // namespace zp

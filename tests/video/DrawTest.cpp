@@ -1,0 +1,281 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fstream>
+#include <thread>
+
+#include "SampleEncoder.h"
+#include "VideoTestSupport.h"
+#include "interface/log/LogAccess.h"
+#include "platform/Tick.h"
+#include "video/CDraw.h"
+#include "video/CVideoDecodeData.h"
+#include "video/Hi264Dec.h"
+
+namespace zp {
+namespace {
+
+using videotest::Psnr;
+
+// A picture held as a Hi264-kind record, so the tests pick its size freely.
+struct HeldPicture {
+  std::vector<uint8_t> yuv;
+  HI264DEC_FRAME record{};
+  HeldPicture(int index, int w, int h) {
+    samples::MakePicture(index, w, h, &yuv);
+    record.pY = yuv.data();
+    record.pU = record.pY + static_cast<size_t>(w) * h;
+    record.pV = record.pU + static_cast<size_t>(w / 2) * (h / 2);
+    record.uWidth = static_cast<uint32_t>(w);
+    record.uHeight = static_cast<uint32_t>(h);
+    record.uYStride = static_cast<uint32_t>(w);
+    record.uUVStride = static_cast<uint32_t>(w / 2);
+  }
+  PictureInfo Info() const { return videotest::ViewPicture(yuv, static_cast<int>(record.uWidth), static_cast<int>(record.uHeight)); }
+};
+
+struct Notifications {
+  std::atomic<int> decode{0}, display{0};
+  uint64_t lastStamp = 0;
+  uint32_t shownW = 0, index = 0;
+  static void OnDecode(uint64_t stamp, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t index, void* user) {
+    auto* self = static_cast<Notifications*>(user);
+    ++self->decode;
+    self->lastStamp = stamp;
+    self->index = index;
+  }
+  static void OnDisplay(uint32_t, uint64_t, uint32_t, uint32_t, uint64_t, uint32_t shownW, uint32_t,
+                        uint32_t, void* user) {
+    auto* self = static_cast<Notifications*>(user);
+    ++self->display;
+    self->shownW = shownW;
+  }
+};
+
+std::string ReadLog() {
+  CLogFile2* log = LogFile(true);
+  std::ifstream in(log->FilePath());
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+size_t Count(const std::string& text, const std::string& what) {
+  size_t n = 0;
+  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+    ++n;
+  }
+  return n;
+}
+
+TEST(PictureOutput, HeadlessDrawThrottlesAndReinitialisesOnceOnASizeChange) {
+  CDraw draw;
+  Notifications n;
+  draw.SetDecCB(&Notifications::OnDecode, &n);
+  draw.SetDisplayCB(&Notifications::OnDisplay, &n);
+  draw.SetIndex(3);
+  CVideoDecodeData data;
+  EXPECT_EQ(data.DrawFrame(nullptr), 0);
+  EXPECT_EQ(data.DrawFrame(&draw), 0);  // no picture yet
+
+  HeldPicture small(0, 320, 240);
+  data.SetPicture(kPictureHi264, &small.record, 1000);
+  EXPECT_EQ(data.DrawFrame(&draw), 1);
+  EXPECT_TRUE(draw.IsInit());
+  EXPECT_EQ(n.decode.load(), 1);
+  EXPECT_EQ(n.display.load(), 1);  // headless: still notified, shown at 0 x 0
+  EXPECT_EQ(n.shownW, 0u);
+  EXPECT_EQ(n.index, 3u);
+  EXPECT_EQ(n.lastStamp, 1000u);
+
+  // A second draw within 16 ms answers 1 and draws nothing.
+  const uint32_t start = platform::TickCountMs();
+  const int second = data.DrawFrame(&draw);
+  if (platform::TickCountMs() - start < 10) {
+    EXPECT_EQ(second, 1);
+    EXPECT_EQ(n.decode.load(), 1);
+  }
+  platform::SleepMs(20);
+  EXPECT_EQ(data.DrawFrame(&draw), 1);
+  EXPECT_EQ(n.decode.load(), 2);
+
+  const size_t changesBefore = Count(ReadLog(), "Resolution Change (320 X 240) (640 X 360)");
+  HeldPicture big(0, 640, 360);
+  data.SetPicture(kPictureHi264, &big.record, 2000);
+  platform::SleepMs(20);
+  EXPECT_EQ(data.DrawFrame(&draw), 1);
+  platform::SleepMs(20);
+  EXPECT_EQ(data.DrawFrame(&draw), 1);
+  EXPECT_EQ(draw.Width(), 640u);
+  EXPECT_EQ(draw.Height(), 360u);
+  EXPECT_EQ(Count(ReadLog(), "Resolution Change (320 X 240) (640 X 360)"), changesBefore + 1);
+
+  // An abnormal picture is not drawn.
+  HeldPicture narrow(0, 100, 600);
+  narrow.record.uWidth = 99;
+  data.SetPicture(kPictureHi264, &narrow.record, 3000);
+  platform::SleepMs(20);
+  const int drawnBefore = n.decode.load();
+  EXPECT_EQ(data.DrawFrame(&draw), 0);
+  EXPECT_EQ(n.decode.load(), drawnBefore);
+}
+
+TEST(PictureOutput, ParametersAreCheckedAndColourParamsRoundTrip) {
+  CDraw draw;
+  uint32_t b = 0, c = 0, s = 0, h = 0;
+  EXPECT_EQ(draw.GetColorParams(&b, &c, &s, &h), 0);
+  EXPECT_EQ(b, 50u);
+  EXPECT_EQ(h, 50u);
+  EXPECT_EQ(draw.SetColorParams(10, 20, 30, 40, 0), 0);
+  draw.GetColorParams(&b, &c, &s, &h);
+  EXPECT_EQ(std::vector<uint32_t>({b, c, s, h}), std::vector<uint32_t>({10, 20, 30, 40}));
+  EXPECT_EQ(draw.SetColorParams(101, 20, 30, 40, 0), -1);
+  EXPECT_EQ(draw.SetColorParams(0, 0, 0, 0, 1), 0);
+  draw.GetColorParams(&b, &c, &s, &h);
+  EXPECT_EQ(c, 50u);
+  EXPECT_EQ(draw.GetColorParams(nullptr, &c, &s, &h), -1);
+  EXPECT_EQ(draw.SetMirrorMode(4), -1);
+  EXPECT_EQ(draw.SetZoom(50, 0, 0), -1);
+  EXPECT_EQ(draw.SetZoom(801, 0, 0), -1);
+  EXPECT_EQ(draw.SetZoom(0, 0, 0), 0);
+  const ZEPHPLAY_RECT empty{10, 10, 10, 20};
+  EXPECT_EQ(draw.SetPlayRect(&empty), -1);
+  EXPECT_EQ(draw.SetPlayRect(nullptr), 0);
+  EXPECT_EQ(draw.SetOffsetStart(1, nullptr), -1);
+  const ZEPHPLAY_POINT negative{-1, 0};
+  EXPECT_EQ(draw.SetOffsetEnd(&negative), -1);
+  EXPECT_EQ(draw.SetOSDText(8, "x", 0, 0, 0, 0, 0), -1);
+  EXPECT_EQ(draw.SetOSDText(0, "text", 0, 0, 0xFFFFFF, 0, 0), 0);
+  EXPECT_EQ(draw.SetStatusText("status", true), 0);
+  EXPECT_EQ(draw.SetOSDText(0, nullptr, 0, 0, 0, 0, 0), 0);
+  EXPECT_EQ(draw.InitDraw(0, 10), -1);
+  EXPECT_FALSE(draw.IsInit());
+  HeldPicture pic(0, 160, 120);
+  EXPECT_EQ(draw.DrawYUV420(pic.record.pY, pic.record.pU, pic.record.pV, 160, 80, 1, 0), -1);
+}
+
+// The window tests: a real X window (Xvfb started here when DISPLAY is unset).
+class WindowDraw : public ::testing::Test {
+ protected:
+  static constexpr int kW = 320, kH = 240;
+
+  void SetUp() override {
+    if (!server.Available()) {
+      GTEST_SKIP() << "no X server: install xvfb (scripts/install-deps) to run the window tests";
+    }
+    window = std::make_unique<videotest::XWindow>(kW, kH);
+    ASSERT_TRUE(window->Ok());
+    ASSERT_EQ(draw.SetHwnd(window->Handle()), 0);
+  }
+
+  // Draws the picture and takes a screenshot of the window.
+  std::vector<uint8_t> DrawAndShoot(const HeldPicture& pic) {
+    if (!draw.IsInit() || draw.Width() != pic.record.uWidth) {
+      draw.FreeDraw();
+      EXPECT_EQ(draw.InitDraw(pic.record.uWidth, pic.record.uHeight), 0);
+    }
+    EXPECT_EQ(draw.DrawYUV420(pic.record.pY, pic.record.pU, pic.record.pV, pic.record.uYStride,
+                              pic.record.uUVStride, 1, 0), 0);
+    EXPECT_TRUE(draw.Module()->HasRenderer());
+    return window->Screenshot();
+  }
+
+  // The reference RGB of the picture scaled to the window (nearest neighbour), optionally
+  // mirrored left-right.
+  static std::vector<uint8_t> Expected(const HeldPicture& pic, bool mirror) {
+    const PictureInfo info = pic.Info();
+    const std::vector<uint8_t> rgb = videotest::ReferenceRgbImage(info);
+    std::vector<uint8_t> out(static_cast<size_t>(kW) * kH * 3);
+    for (int y = 0; y < kH; ++y) {
+      for (int x = 0; x < kW; ++x) {
+        const int sx = static_cast<int>((x + 0.5) * info.nWidth / kW);
+        const int sy = static_cast<int>((y + 0.5) * info.nHeight / kH);
+        const int mx = mirror ? static_cast<int>(info.nWidth) - 1 - sx : sx;
+        std::memcpy(&out[(static_cast<size_t>(y) * kW + x) * 3],
+                    &rgb[(static_cast<size_t>(sy) * info.nWidth + mx) * 3], 3);
+      }
+    }
+    return out;
+  }
+
+  videotest::XServer& server = videotest::XServer::Shared();
+  std::unique_ptr<videotest::XWindow> window;
+  CDraw draw;
+};
+
+TEST_F(WindowDraw, ScreenshotMatchesThePictureAtTheWindowsSize) {
+  const HeldPicture same(5, kW, kH);
+  const std::vector<uint8_t> shot = DrawAndShoot(same);
+  ASSERT_FALSE(shot.empty()) << "screenshot failed";
+  EXPECT_GE(Psnr(shot, Expected(same, false)), 30.0);
+
+  const HeldPicture scaled(9, 160, 120);  // drawn at twice its size
+  const std::vector<uint8_t> shot2 = DrawAndShoot(scaled);
+  EXPECT_GE(Psnr(shot2, Expected(scaled, false)), 30.0);
+}
+
+TEST_F(WindowDraw, MirrorZoomAndTextChangeTheScreenshot) {
+  const HeldPicture pic(5, kW, kH);
+  const std::vector<uint8_t> plain = DrawAndShoot(pic);
+  ASSERT_FALSE(plain.empty());
+
+  ASSERT_EQ(draw.SetMirrorMode(1), 0);
+  const std::vector<uint8_t> mirrored = DrawAndShoot(pic);
+  EXPECT_GE(Psnr(mirrored, Expected(pic, true)), 30.0);
+  EXPECT_LT(Psnr(mirrored, plain), 25.0);
+  draw.SetMirrorMode(0);
+
+  ASSERT_EQ(draw.SetZoom(200, 0, 0), 0);
+  const std::vector<uint8_t> zoomed = DrawAndShoot(pic);
+  EXPECT_LT(Psnr(zoomed, plain), 25.0);
+  draw.SetZoom(100, 0, 0);
+
+  ASSERT_EQ(draw.SetOSDText(2, "ZEPH 42", 10, 200, 0x00FFFF, 24, 1), 0);
+  const std::vector<uint8_t> texted = DrawAndShoot(pic);
+  size_t changedInBox = 0, changedOutside = 0;
+  for (int y = 0; y < kH; ++y) {
+    for (int x = 0; x < kW; ++x) {
+      const size_t i = (static_cast<size_t>(y) * kW + x) * 3;
+      const bool differs = std::abs(texted[i] - plain[i]) + std::abs(texted[i + 1] - plain[i + 1]) +
+                           std::abs(texted[i + 2] - plain[i + 2]) > 30;
+      const bool inBox = x >= 10 && x < 160 && y >= 195 && y < 235;
+      (inBox ? changedInBox : changedOutside) += differs ? 1 : 0;
+    }
+  }
+  EXPECT_GT(changedInBox, 200u);
+  EXPECT_LT(changedOutside, 50u);
+
+  ASSERT_EQ(draw.SetOSDText(2, nullptr, 0, 0, 0, 0, 0), 0);
+  EXPECT_GE(Psnr(DrawAndShoot(pic), plain), 40.0);  // the text is gone again
+}
+
+TEST_F(WindowDraw, PlayRectangleAndColourParameters) {
+  const HeldPicture pic(5, kW, kH);
+  const std::vector<uint8_t> plain = DrawAndShoot(pic);
+  ASSERT_FALSE(plain.empty());
+
+  const ZEPHPLAY_RECT half{0, 0, kW / 2, kH};
+  ASSERT_EQ(draw.SetPlayRect(&half), 0);
+  const std::vector<uint8_t> left = DrawAndShoot(pic);
+  // The right half shows only the black background.
+  uint64_t rightSum = 0;
+  for (int y = 0; y < kH; ++y) {
+    for (int x = kW / 2 + 2; x < kW; ++x) {
+      rightSum += left[(static_cast<size_t>(y) * kW + x) * 3];
+    }
+  }
+  EXPECT_EQ(rightSum, 0u);
+  draw.SetPlayRect(nullptr);
+
+  ASSERT_EQ(draw.SetColorParams(90, 50, 50, 50, 0), 0);
+  const std::vector<uint8_t> bright = DrawAndShoot(pic);
+  uint64_t plainSum = 0, brightSum = 0;
+  for (size_t i = 0; i < plain.size(); ++i) {
+    plainSum += plain[i];
+    brightSum += bright[i];
+  }
+  EXPECT_GT(brightSum, plainSum + plain.size() * 20);
+  draw.SetColorParams(0, 0, 0, 0, 1);
+  EXPECT_GE(Psnr(DrawAndShoot(pic), plain), 40.0);
+}
+
+}  // namespace
+}  // namespace zp

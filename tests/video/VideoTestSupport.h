@@ -1,0 +1,364 @@
+#pragma once
+// Outside judges for the video tests: a bare libavcodec decoder, an independent BMP reader,
+// libjpeg reading back JPEGs, a BT.601 reference conversion, PSNR, and Xvfb with a real X window.
+#include <X11/Xlib.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <jpeglib.h>
+#include <libavcodec/avcodec.h>
+}
+
+#include "SampleEncoder.h"
+#include "video/PictureInfo.h"
+
+namespace zp::videotest {
+
+// A picture with packed planes (no padding), as compared bit for bit.
+struct Planes {
+  int width = 0;
+  int height = 0;
+  std::vector<uint8_t> y, u, v;
+  bool operator==(const Planes& o) const {
+    return width == o.width && height == o.height && y == o.y && u == o.u && v == o.v;
+  }
+};
+
+inline void CopyPlane(const uint8_t* src, int stride, int w, int h, std::vector<uint8_t>* out) {
+  out->resize(static_cast<size_t>(w) * h);
+  for (int r = 0; r < h; ++r) {
+    std::memcpy(out->data() + static_cast<size_t>(r) * w, src + static_cast<ptrdiff_t>(r) * stride,
+                static_cast<size_t>(w));
+  }
+}
+
+inline Planes PackPicture(const uint8_t* y, const uint8_t* u, const uint8_t* v, int yStride,
+                          int uvStride, int width, int height) {
+  Planes p;
+  p.width = width;
+  p.height = height;
+  CopyPlane(y, yStride, width, height, &p.y);
+  CopyPlane(u, uvStride, (width + 1) / 2, (height + 1) / 2, &p.u);
+  CopyPlane(v, uvStride, (width + 1) / 2, (height + 1) / 2, &p.v);
+  return p;
+}
+
+inline Planes PackPicture(const PictureInfo& info) {
+  return PackPicture(info.pY, info.pU, info.pV, static_cast<int>(info.nYStride),
+                     static_cast<int>(info.nUVStride), static_cast<int>(info.nWidth),
+                     static_cast<int>(info.nHeight));
+}
+
+// A packed 4:2:0 buffer (as MakePicture makes it) seen as a picture.
+inline PictureInfo ViewPicture(const std::vector<uint8_t>& yuv, int width, int height) {
+  PictureInfo p;
+  p.nWidth = static_cast<uint32_t>(width);
+  p.nHeight = static_cast<uint32_t>(height);
+  p.pY = yuv.data();
+  p.pU = p.pY + static_cast<size_t>(width) * height;
+  p.pV = p.pU + static_cast<size_t>(width / 2) * (height / 2);
+  p.nYStride = static_cast<uint32_t>(width);
+  p.nUVStride = static_cast<uint32_t>(width / 2);
+  return p;
+}
+
+// Every picture a plain libavcodec send/receive loop gives for the access units, flushed.
+inline std::vector<Planes> ReferenceDecode(const std::vector<samples::EncodedFrame>& frames,
+                                           bool hevc) {
+  std::vector<Planes> out;
+  const AVCodec* codec = avcodec_find_decoder(hevc ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264);
+  AVCodecContext* ctx = avcodec_alloc_context3(codec);
+  AVPacket* pkt = av_packet_alloc();
+  AVFrame* frame = av_frame_alloc();
+  if (avcodec_open2(ctx, codec, nullptr) != 0) {
+    return out;
+  }
+  auto drain = [&] {
+    while (avcodec_receive_frame(ctx, frame) == 0) {
+      out.push_back(PackPicture(frame->data[0], frame->data[1], frame->data[2], frame->linesize[0],
+                                frame->linesize[1], frame->width, frame->height));
+      av_frame_unref(frame);
+    }
+  };
+  for (const auto& f : frames) {
+    pkt->data = const_cast<uint8_t*>(f.data.data());
+    pkt->size = static_cast<int>(f.data.size());
+    avcodec_send_packet(ctx, pkt);
+    drain();
+  }
+  avcodec_send_packet(ctx, nullptr);
+  drain();
+  av_frame_free(&frame);
+  av_packet_free(&pkt);
+  avcodec_free_context(&ctx);
+  return out;
+}
+
+// BT.601 limited range to full-range RGB in floating point, rounded: the reference conversion.
+inline void ReferenceRgb(int y, int u, int v, uint8_t rgb[3]) {
+  const double c = 1.164383 * (y - 16);
+  const double d = u - 128.0, e = v - 128.0;
+  const double r = c + 1.596027 * e;
+  const double g = c - 0.391762 * d - 0.812968 * e;
+  const double b = c + 2.017232 * d;
+  auto clip = [](double x) { return static_cast<uint8_t>(x < 0 ? 0 : (x > 255 ? 255 : std::lround(x))); };
+  rgb[0] = clip(r);
+  rgb[1] = clip(g);
+  rgb[2] = clip(b);
+}
+
+// Top-down packed RGB of a picture with the reference conversion.
+inline std::vector<uint8_t> ReferenceRgbImage(const PictureInfo& p) {
+  std::vector<uint8_t> out(static_cast<size_t>(p.nWidth) * p.nHeight * 3);
+  for (uint32_t r = 0; r < p.nHeight; ++r) {
+    for (uint32_t c = 0; c < p.nWidth; ++c) {
+      ReferenceRgb(p.pY[r * p.nYStride + c], p.pU[(r / 2) * p.nUVStride + c / 2],
+                   p.pV[(r / 2) * p.nUVStride + c / 2], &out[(static_cast<size_t>(r) * p.nWidth + c) * 3]);
+    }
+  }
+  return out;
+}
+
+inline double Psnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
+  if (a.size() != b.size() || a.empty()) {
+    return 0.0;
+  }
+  double sum = 0;
+  for (size_t i = 0; i < a.size(); ++i) {
+    const double d = static_cast<double>(a[i]) - b[i];
+    sum += d * d;
+  }
+  if (sum == 0) {
+    return 99.0;
+  }
+  return 10.0 * std::log10(255.0 * 255.0 / (sum / static_cast<double>(a.size())));
+}
+
+// An independent BMP reader (24-bit, uncompressed, either row order) to top-down RGB.
+struct BmpImage {
+  int width = 0, height = 0;
+  uint32_t dataOffset = 0, infoSize = 0, compression = 1;
+  uint16_t planes = 0, bits = 0;
+  std::vector<uint8_t> rgb;
+};
+
+inline BmpImage ReadBmp(const std::string& path) {
+  BmpImage img;
+  std::ifstream in(path, std::ios::binary);
+  std::vector<uint8_t> d((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (d.size() < 54 || d[0] != 'B' || d[1] != 'M') {
+    return img;
+  }
+  auto u32 = [&](size_t o) { return d[o] | d[o + 1] << 8 | d[o + 2] << 16 | static_cast<uint32_t>(d[o + 3]) << 24; };
+  auto u16 = [&](size_t o) { return static_cast<uint16_t>(d[o] | d[o + 1] << 8); };
+  img.dataOffset = u32(10);
+  img.infoSize = u32(14);
+  const int32_t w = static_cast<int32_t>(u32(18));
+  const int32_t h = static_cast<int32_t>(u32(22));
+  img.planes = u16(26);
+  img.bits = u16(28);
+  img.compression = u32(30);
+  const size_t stride = (static_cast<size_t>(w) * 3 + 3) & ~size_t{3};
+  const int rows = h < 0 ? -h : h;
+  if (img.bits != 24 || d.size() < img.dataOffset + stride * rows) {
+    return img;
+  }
+  img.width = w;
+  img.height = rows;
+  img.rgb.resize(static_cast<size_t>(w) * rows * 3);
+  for (int r = 0; r < rows; ++r) {
+    const uint8_t* src = d.data() + img.dataOffset + stride * (h < 0 ? r : rows - 1 - r);
+    for (int c = 0; c < w; ++c) {
+      uint8_t* px = &img.rgb[(static_cast<size_t>(r) * w + c) * 3];
+      px[0] = src[c * 3 + 2];
+      px[1] = src[c * 3 + 1];
+      px[2] = src[c * 3 + 0];
+    }
+  }
+  return img;
+}
+
+struct JpegImage {
+  int width = 0, height = 0, components = 0;
+  int hSamp[3] = {0, 0, 0}, vSamp[3] = {0, 0, 0};
+  std::string comment;
+  std::vector<uint8_t> rgb;
+};
+
+inline JpegImage ReadJpeg(const std::string& path) {
+  JpegImage img;
+  std::FILE* f = std::fopen(path.c_str(), "rb");
+  if (f == nullptr) {
+    return img;
+  }
+  jpeg_decompress_struct cinfo{};
+  jpeg_error_mgr err{};
+  cinfo.err = jpeg_std_error(&err);
+  jpeg_create_decompress(&cinfo);
+  jpeg_stdio_src(&cinfo, f);
+  jpeg_save_markers(&cinfo, JPEG_COM, 0xFFFF);
+  jpeg_read_header(&cinfo, TRUE);
+  for (jpeg_saved_marker_ptr m = cinfo.marker_list; m != nullptr; m = m->next) {
+    if (m->marker == JPEG_COM) {
+      img.comment.assign(reinterpret_cast<const char*>(m->data), m->data_length);
+    }
+  }
+  for (int c = 0; c < 3 && c < cinfo.num_components; ++c) {
+    img.hSamp[c] = cinfo.comp_info[c].h_samp_factor;
+    img.vSamp[c] = cinfo.comp_info[c].v_samp_factor;
+  }
+  cinfo.out_color_space = JCS_RGB;
+  jpeg_start_decompress(&cinfo);
+  img.width = static_cast<int>(cinfo.output_width);
+  img.height = static_cast<int>(cinfo.output_height);
+  img.components = cinfo.output_components;
+  img.rgb.resize(static_cast<size_t>(img.width) * img.height * 3);
+  while (cinfo.output_scanline < cinfo.output_height) {
+    JSAMPROW row = &img.rgb[static_cast<size_t>(cinfo.output_scanline) * img.width * 3];
+    jpeg_read_scanlines(&cinfo, &row, 1);
+  }
+  jpeg_finish_decompress(&cinfo);
+  jpeg_destroy_decompress(&cinfo);
+  std::fclose(f);
+  return img;
+}
+
+inline std::string TestPath(const std::string& name) {
+  const char* dir = std::getenv("TMPDIR");
+  return std::string(dir != nullptr ? dir : "/tmp") + "/zp_video_" + std::to_string(getpid()) + "_" + name;
+}
+
+// An X server for window tests: the one in DISPLAY, else an Xvfb started here (stopped at the
+// end). Available() is false only when neither exists.
+class XServer {
+ public:
+  XServer() {
+    if (std::getenv("DISPLAY") != nullptr && std::getenv("DISPLAY")[0] != '\0') {
+      m_ok = true;
+      return;
+    }
+    if (access("/usr/bin/Xvfb", X_OK) != 0) {
+      return;
+    }
+    // A display number of our own, tried until one starts: parallel test programs each
+    // start a server, and a number may be taken in a way the lock files do not show.
+    unsigned seed = static_cast<unsigned>(getpid());
+    for (int attempt = 0; attempt < 8 && !m_ok; ++attempt) {
+      const std::string display = ":" + std::to_string(100 + rand_r(&seed) % 800);
+      m_pid = fork();
+      if (m_pid == 0) {
+        const int devnull = open("/dev/null", O_WRONLY);
+        dup2(devnull, 1);
+        dup2(devnull, 2);
+        execl("/usr/bin/Xvfb", "Xvfb", display.c_str(), "-screen", "0", "800x600x24",
+              "-nolisten", "tcp", "-noreset", static_cast<char*>(nullptr));
+        _exit(127);
+      }
+      for (int wait = 0; wait < 50 && !m_ok; ++wait) {
+        usleep(100 * 1000);
+        if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
+          m_pid = -1;
+          break;  // that number was taken: the server gave up
+        }
+        if (Display* d = XOpenDisplay(display.c_str())) {
+          XCloseDisplay(d);
+          setenv("DISPLAY", display.c_str(), 1);
+          m_ok = true;
+        }
+      }
+      if (!m_ok && m_pid > 0) {
+        kill(m_pid, SIGTERM);
+        waitpid(m_pid, nullptr, 0);
+        m_pid = -1;
+      }
+    }
+  }
+  ~XServer() {
+    if (m_pid > 0) {
+      kill(m_pid, SIGTERM);
+      waitpid(m_pid, nullptr, 0);
+    }
+  }
+  bool Available() const { return m_ok; }
+  // One server for the whole test program, stopped at exit.
+  static XServer& Shared() {
+    static XServer server;
+    return server;
+  }
+
+ private:
+  pid_t m_pid = -1;
+  bool m_ok = false;
+};
+
+// A plain mapped X window of the given size.
+class XWindow {
+ public:
+  XWindow(int width, int height) : m_width(width), m_height(height) {
+    m_display = XOpenDisplay(nullptr);
+    if (m_display == nullptr) {
+      std::fprintf(stderr, "cannot open display %s\n", std::getenv("DISPLAY"));
+      return;
+    }
+    const int screen = DefaultScreen(m_display);
+    m_window = XCreateSimpleWindow(m_display, RootWindow(m_display, screen), 0, 0,
+                                   static_cast<unsigned>(width), static_cast<unsigned>(height), 0,
+                                   BlackPixel(m_display, screen), BlackPixel(m_display, screen));
+    XSelectInput(m_display, m_window, StructureNotifyMask);
+    XMapWindow(m_display, m_window);
+    XEvent ev;
+    do {
+      XNextEvent(m_display, &ev);
+    } while (ev.type != MapNotify);
+    XSync(m_display, False);
+  }
+  ~XWindow() {
+    if (m_display != nullptr) {
+      XDestroyWindow(m_display, m_window);
+      XCloseDisplay(m_display);
+    }
+  }
+  bool Ok() const { return m_display != nullptr; }
+  void* Handle() const { return reinterpret_cast<void*>(static_cast<uintptr_t>(m_window)); }
+  void Sync() { XSync(m_display, False); }
+
+  // The window's pixels as top-down RGB, taken by ImageMagick's import (an outside tool).
+  std::vector<uint8_t> Screenshot() {
+    Sync();
+    const std::string file = TestPath("shot.rgb");
+    char cmd[512];
+    std::snprintf(cmd, sizeof(cmd), "import -window 0x%lx -depth 8 rgb:%s 2>/dev/null",
+                  static_cast<unsigned long>(m_window), file.c_str());
+    std::vector<uint8_t> rgb;
+    if (std::system(cmd) != 0) {
+      return rgb;
+    }
+    std::ifstream in(file, std::ios::binary);
+    rgb.assign((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::filesystem::remove(file);
+    if (rgb.size() != static_cast<size_t>(m_width) * m_height * 3) {
+      rgb.clear();
+    }
+    return rgb;
+  }
+
+ private:
+  Display* m_display = nullptr;
+  Window m_window = 0;
+  int m_width, m_height;
+};
+
+}  // namespace zp::videotest
