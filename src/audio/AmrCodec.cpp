@@ -56,7 +56,10 @@ int32_t EncodeFrame(void* handle, const int16_t* in, uint8_t* out, int32_t mode)
   if (handle == nullptr || in == nullptr || out == nullptr || mode < MR475 || mode > MR122) {
     return -1;
   }
-  const int bytes = Encoder_Interface_Encode(handle, static_cast<Mode>(mode), in, out, 0);
+  // The codec filters its input in place whatever its prototype says: hand it a copy.
+  int16_t speech[kFrameSamples];
+  std::memcpy(speech, in, sizeof(speech));
+  const int bytes = Encoder_Interface_Encode(handle, static_cast<Mode>(mode), speech, out, 0);
   return bytes > 0 ? bytes : -1;
 }
 

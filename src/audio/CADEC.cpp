@@ -165,12 +165,14 @@ void CADEC::SamplerateTransform(int16_t* out, uint32_t* outBytes, const int16_t*
       LogInfo("%s src_process m_src_data.output_frames_gen=0", "CADEC::SamplerateTransform");
       return;
     }
+    const uint32_t passStart = written;
     for (long i = 0; i < m_SrcData.output_frames_gen && written < capacity; ++i) {
       // Truncated to 16 bits without clipping, as it always was.
       out[written++] = static_cast<int16_t>(static_cast<int32_t>(m_pSrcOut[i]));
     }
-    // Only the last pass is reported; callers were built around that count.
-    *outBytes = static_cast<uint32_t>(m_SrcData.output_frames_gen * 2);
+    // Only the last pass is reported; callers were built around that count. What did not fit
+    // the output is not counted.
+    *outBytes = (written - passStart) * 2;
     if (m_SrcData.input_frames_used == 0) {
       return;  // nothing more will be taken: stop rather than spin
     }

@@ -44,9 +44,13 @@ int CADECFaad::InitDecoder(uint32_t nFrmLen) {
           static_cast<int>(m_WaveFormat.nSamplesPerSec), static_cast<int>(m_WaveFormat.nChannels));
 
   ReleaseDecoder();
+  return OpenHandle() ? 1 : 0;
+}
+
+bool CADECFaad::OpenHandle() {
   m_hDecoder = NeAACDecOpen();
   if (m_hDecoder == nullptr) {
-    return 0;
+    return false;
   }
   NeAACDecConfigurationPtr config = NeAACDecGetCurrentConfiguration(m_hDecoder);
   if (m_bAac1Chn != 0) {
@@ -59,7 +63,7 @@ int CADECFaad::InitDecoder(uint32_t nFrmLen) {
   config->dontUpSampleImplicitSBR = 1;
   NeAACDecSetConfiguration(m_hDecoder, config);
   m_bInit = 0;
-  return 1;
+  return true;
 }
 
 int CADECFaad::ReleaseDecoder() {
@@ -85,6 +89,10 @@ int CADECFaad::DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16
     const long res = NeAACDecInit(m_hDecoder, data, static_cast<unsigned long>(len), &rate, &channels);
     if (res < 0) {
       LogInfo("%s NeAACDecInit Fail res=%d", "CADECFaad::DecoderFrame", static_cast<int>(res));
+      // A failed NeAACDecInit may keep what it allocated and allocate it anew on the next try:
+      // start the next try from a fresh handle.
+      NeAACDecClose(m_hDecoder);
+      OpenHandle();
       return 0;
     }
     m_nSampleRate = static_cast<uint32_t>(rate);
@@ -109,7 +117,7 @@ int CADECFaad::DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16
   }
   if (*outLen >= 1 && m_bResample != 0 && m_nResampleRate != m_WaveFormat.nSamplesPerSec) {
     uint32_t bytes = 0;
-    SamplerateTransform(out, &bytes, out, *outLen * 2u, static_cast<uint32_t>(*outLen) * 2u);
+    SamplerateTransform(out, &bytes, out, *outLen * 2u, capacity != 0 ? capacity : static_cast<uint32_t>(GetOutSize()));
     *outLen = static_cast<uint16_t>(bytes / 2);
   }
   return 1;

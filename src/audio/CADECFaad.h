@@ -22,6 +22,9 @@ class CADECFaad : public CADEC {
   uint8_t DecoderChannels() const { return m_nChannels; }
 
  private:
+  // Opens and configures a libfaad2 handle; false when it does not open.
+  bool OpenHandle();
+
   NeAACDecHandle m_hDecoder = nullptr;
   uint8_t m_bInit = 0;
   uint32_t m_nSampleRate = 0;

@@ -14,8 +14,8 @@ CADECHis::~CADECHis() {
 
 int32_t CADECHis::EngineTypeOf(uint32_t nCoderType) {
   static constexpr int32_t kEngine[12] = {kVoiceG726Le40,  kVoiceG726Le40,  kVoiceDvi4,      kVoiceG726Asf40,
-                                          kVoiceG726Asf32, kVoiceG726Asf24, kVoiceG726Asf16, kVoiceG726Le40,
-                                          kVoiceG726Le32,  kVoiceG726Le24,  kVoiceG711A,     kVoiceG711U};
+                                          kVoiceG726Asf32, kVoiceG726Asf24, kVoiceG726Asf16, kVoiceG726Le32,
+                                          kVoiceG726Le24,  kVoiceG726Le16,  kVoiceG711A,     kVoiceG711U};
   if (nCoderType < 12) {
     return kEngine[nCoderType];
   }

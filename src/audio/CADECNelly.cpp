@@ -65,10 +65,10 @@ bool CADECNelly::DecodeBlock(const uint8_t* in) {
 }
 
 int CADECNelly::DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16_t* outLen) {
+  *outLen = 0;
   if (m_pState == nullptr) {
     return 1;
   }
-  *outLen = 0;
   if (in == nullptr || len < kBlockBytes || !DecodeBlock(in)) {
     return 0;
   }
