@@ -303,6 +303,188 @@ typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCBEx)(uint64_t stamp, uint32_t width, u
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_IFrameToBMP(const uint8_t* frame, uint32_t length,
                                                         const char* path);
 
+/* ---------------------------------------------------------------------------------------------
+ * Audio: the audio player, the audio decoder and the AMR codec
+ *
+ * Coder types (the audio head's coder field): 0..11 and 16 voice-engine units (G.726, ADPCM,
+ * G.711), 12, 13, 15, 22..25 AAC in ADTS at 8000, 16000, 24000, 32000, 40000, 44100, 48000 Hz,
+ * 14 AMR-NB, 17 G.711 A-law, 18 G.711 mu-law, 19 Nellymoser, 20 and 21 16-bit PCM at 8000 and
+ * 16000 Hz. A decoder of any other type accepts nothing and plays nothing.
+ *
+ * Audio head: 512 bytes, little-endian: u16 1, u16 0x6000, u16 coder type, u16 frame length
+ * (handed to the decoder; 104 from the encoders), u16 channels, u16 sample rate (the last two
+ * are read by the audio decoder only), then zeros. Only the first 12 bytes are read.
+ * Audio frame: a 12-byte head (u32 payload length, u64 stamp in microseconds) and the payload.
+ * Voice-engine payloads are runs of units "00 01 n 00" followed by 2 * n bytes.
+ *
+ * Handles are the objects themselves: valid from a successful open until the matching close,
+ * which frees them. A handle must not be used by two threads at once. Every function with a
+ * handle returns -1 when it is NULL. Buffers passed in are copied before the call returns.
+ * Sound plays on the default output device (SDL2 audio); its refills and the cache checks run
+ * on the sound device's thread.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Opaque audio player: made by ZEPHPLAY_OpenAudioPlayer(Ex), freed by ZEPHPLAY_CloseAudioPlayer. */
+typedef struct ZEPHPLAY_AUDIOPLAYER ZEPHPLAY_AUDIOPLAYER;
+/** Opaque audio decoder: made by ZEPHPLAY_OpenAudioDecoder, freed by ZEPHPLAY_CloseAudioDecoder. */
+typedef struct ZEPHPLAY_AUDIODECODER ZEPHPLAY_AUDIODECODER;
+
+/**
+ * Makes an audio player with a frame buffer of 100 frames and 64000 bytes and no device yet
+ * (the first head opens it) and stores it in *player. Returns 0; -1 when player is NULL or
+ * memory runs out.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioPlayer(ZEPHPLAY_AUDIOPLAYER** player);
+
+/**
+ * As ZEPHPLAY_OpenAudioPlayer, with an audio delay: whenever the queued frames span more than
+ * delayMs, the oldest are dropped down to a quarter second's worth (0: the default rules, below).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioPlayerEx(ZEPHPLAY_AUDIOPLAYER** player, uint32_t delayMs);
+
+/**
+ * Gives the player an audio head: the decoder is replaced by one for its coder type and the
+ * device is (re)opened in that decoder's format. Queued frames stay. Returns 0 (also when no
+ * decoder could be made: nothing plays then); -1 for a NULL player or head, or length < 12.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputAudioHead(ZEPHPLAY_AUDIOPLAYER* player, const uint8_t* head,
+                                                           uint32_t length);
+
+/**
+ * Queues one audio frame (12-byte head and payload, length bytes in all); the frame's own stamp
+ * is used, stamp is only logged. A voice-engine payload is queued unit by unit. When the buffer
+ * is full the oldest frames are dropped down to 50 (in pure-audio mode the buffer grows
+ * instead). Returns 0; -1 for a NULL player, no head given yet, a NULL frame or length < 12.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputAudioData(ZEPHPLAY_AUDIOPLAYER* player, const uint8_t* frame,
+                                                           uint32_t length, uint64_t stamp);
+
+/**
+ * Queues a bare payload stamped with stamp (microseconds). A payload beginning 00 01 is cut into
+ * length / unit units of the first unit's size. A frame that does not fit is dropped (in
+ * pure-audio mode the buffer grows). Returns 0; -1 for a NULL player or no head given yet.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputAudioFrame(ZEPHPLAY_AUDIOPLAYER* player, const uint8_t* payload,
+                                                            uint32_t length, uint64_t stamp);
+
+/** Returns 0 when a frame of length bytes would be queued now; -3 when the buffer is too full. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CheckAudioData(ZEPHPLAY_AUDIOPLAYER* player, uint32_t length);
+
+/**
+ * flag non-zero: drops every queued frame; zero: stops the device (the next head reopens it).
+ * Returns 0.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayAudioSound(ZEPHPLAY_AUDIOPLAYER* player, int32_t flag);
+
+/**
+ * Sets the output volume of both channels, 0..100 percent (more is 100); ignored while no device
+ * is open (before the first head, after ZEPHPLAY_PlayAudioSound(player, 0)). Returns 0.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetAudioVolume(ZEPHPLAY_AUDIOPLAYER* player, uint16_t percent);
+
+/**
+ * Sets the software gain: 0 is unity; other values are held to 1.0..25.0 (the gain never
+ * attenuates). Samples are multiplied, truncated and clipped to 16 bits. Returns 0.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetAudioPlayerGain(ZEPHPLAY_AUDIOPLAYER* player, double gain);
+
+/** Sets the audio delay of ZEPHPLAY_OpenAudioPlayerEx. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetAudioDelay(ZEPHPLAY_AUDIOPLAYER* player, uint32_t delayMs);
+
+/**
+ * When the queue runs dry, the device buffers keep repeating their last sound for count
+ * refills in a row before they turn silent (below 1: silent at once, the default). Returns 0.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetNoDataEmptyCount(ZEPHPLAY_AUDIOPLAYER* player, int32_t count);
+
+/**
+ * Pure-audio mode, for good: nothing is dropped to keep latency low; a full buffer grows by half
+ * (up to 32 MiB). Returns 0.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPureAudioMode(ZEPHPLAY_AUDIOPLAYER* player);
+
+/** Accepted and ignored. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetAudioAcc1Chn(ZEPHPLAY_AUDIOPLAYER* player, int32_t value);
+
+/** Drops every queued frame. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ResetAudioPlayer(ZEPHPLAY_AUDIOPLAYER* player);
+
+/** Stops the device and frees the player, which must not be used again. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioPlayer(ZEPHPLAY_AUDIOPLAYER* player);
+
+/**
+ * Makes an audio decoder without a codec yet and stores it in *decoder. Returns 0; -1 when
+ * decoder is NULL or memory runs out.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioDecoder(ZEPHPLAY_AUDIODECODER** decoder);
+
+/**
+ * Chooses the codec from an audio head. A codec of the same coder type is kept, and so is any
+ * codec when the head's type is outside 1..25. A head saying 1 channel at 8000 Hz turns on
+ * conversion of the output to 8000 Hz. Returns 0; -1 for a NULL decoder or head, or length < 12.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioDecoderHead(ZEPHPLAY_AUDIODECODER* decoder, const uint8_t* head,
+                                                             uint32_t length);
+
+/**
+ * The decoder's output format: channels, samples per second, average bytes per second, bits per
+ * sample (16). Returns 0; -1 for NULL arguments or before a head (the outputs are then untouched).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioDecoderWaveFormat(ZEPHPLAY_AUDIODECODER* decoder,
+                                                                   uint16_t* channels, uint32_t* samplesPerSec,
+                                                                   uint32_t* avgBytesPerSec,
+                                                                   uint16_t* bitsPerSample);
+
+/**
+ * Decodes one payload (a voice-engine unit run, an ADTS frame, a G.711/PCM block, ...) into
+ * 16-bit PCM at pcm. *pcmLength holds the room at pcm in bytes on entry and the bytes written on
+ * return (0 before a head or when nothing decoded); PCM that does not fit is dropped. Returns 0;
+ * -1 for NULL arguments.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioDecoderFrame(ZEPHPLAY_AUDIODECODER* decoder, const uint8_t* data,
+                                                              uint32_t length, uint8_t* pcm,
+                                                              uint32_t* pcmLength);
+
+/** Frees the decoder, which must not be used again. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioDecoder(ZEPHPLAY_AUDIODECODER* decoder);
+
+/*
+ * AMR-NB, 8000 Hz, 160 samples (20 ms) a frame, in the storage format of RFC 4867 section 5
+ * (a ToC byte "0 FT(4) Q 0 0", then the speech bits): 13, 14, 16, 18, 20, 21, 27 or 32 bytes for
+ * modes 0 (4.75 kbit/s) to 7 (12.2 kbit/s), 6 for SID, 1 for no data. A state is used by one
+ * thread at a time; states are independent of one another.
+ */
+
+/** Makes a decoder state in *state. Returns 0; -1 when state is NULL or memory runs out. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Decode_Init(void** state);
+
+/**
+ * Decodes the frame at frame (length bytes available) into 160 samples at pcm; bfi non-zero
+ * marks the frame as damaged (concealed). Returns the frame's byte count; -1 for NULL state, a
+ * frame type that is not sent (9..14) or a frame longer than length (pcm then holds 160 zeros
+ * when it is not NULL).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Decode_Frame(void* state, const uint8_t* frame, int32_t length, int16_t* pcm,
+                                                    int32_t bfi);
+
+/** Frees a decoder state. Returns 0; -1 for NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Decode_Exit(void* state);
+
+/**
+ * Makes an encoder state in *state; dtx non-zero sends SID frames in silence. Returns 0; -1 when
+ * state is NULL or memory runs out.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Encode_Init(void** state, int32_t dtx);
+
+/**
+ * Encodes 160 samples in mode 0..7 into one frame at frame (room for 32 bytes). Returns the
+ * frame's byte count; -1 for NULL arguments or a mode outside 0..7.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Encode_Frame(void* state, const int16_t* pcm, uint8_t* frame, int32_t mode);
+
+/** Frees an encoder state. Returns 0; -1 for NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Encode_Exit(void* state);
+
 #ifdef __cplusplus
 }
 #endif

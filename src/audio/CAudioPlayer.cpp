@@ -1,17 +1,20 @@
 #include "audio/CAudioPlayer.h"
 
 #include <algorithm>
+#include <cstdio>
 
 #include "audio/AudioHead.h"
 #include "audio/CADEC.h"
 #include "common/CAutoLock.h"
 #include "interface/log/LogAccess.h"
-#include "media/FrameFormat.h"
 
 namespace zp {
 namespace {
 
 constexpr int kKeepOnOverflow = 50;
+constexpr uint32_t kHexDumpBytes = 32;
+
+bool StartsUnit(const uint8_t* p, uint32_t len) { return len >= 4 && p[0] == 0x00 && p[1] == 0x01; }
 
 }  // namespace
 
@@ -32,15 +35,19 @@ int CAudioPlayer::Open() {
   return 0;
 }
 
+void CAudioPlayer::DropDecoder() {
+  m_WaveOut.SetDecoder(nullptr);
+  delete m_pDecoder;
+  m_pDecoder = nullptr;
+}
+
 void CAudioPlayer::Close() {
   if (m_bOpened == 0) {
     return;
   }
   m_bEcho = 0;
   m_WaveOut.Stop();
-  m_WaveOut.SetDecoder(nullptr);
-  delete m_pDecoder;
-  m_pDecoder = nullptr;
+  DropDecoder();
   m_FrameBuffer.Reset();
   m_bOpened = 0;
 }
@@ -51,18 +58,18 @@ int CAudioPlayer::InputAudioHead(const uint8_t* head, uint32_t len) {
     LogError("%s bad head len:%d", "CAudioPlayer::InputAudioHead", static_cast<int>(len));
     return -1;
   }
-  // The device is restarted around the new decoder, so the sound thread never sees the old one.
+  // Stopped first, so that the device reopens in the new decoder's format.
   m_WaveOut.Stop();
-  m_WaveOut.SetDecoder(nullptr);
-  delete m_pDecoder;
+  DropDecoder();
   m_pDecoder = CADEC::S_InitAudioDecoder(fields.nCoderType, 0);
   if (m_pDecoder == nullptr) {
     return 0;
   }
-  m_pDecoder->InitDecoder(fields.nFrmLen);
+  m_pDecoder->InitDecoder(fields.nFrmLen);  // a decoder that fails here plays nothing
   m_WaveOut.SetDecoder(m_pDecoder);
   m_WaveOut.Start();
   if (m_bEcho != 0) {
+    CAutoLock lock(m_WaveOut.DecoderLock());
     m_pDecoder->InitAecResamples();
   }
   return 0;
@@ -83,32 +90,61 @@ void CAudioPlayer::OfferFirstData(const uint8_t* payload, uint32_t len) {
 
 bool CAudioPlayer::Grow() {
   const uint32_t frames = m_FrameBuffer.SlotCount() - 1;
-  return m_FrameBuffer.Resize(frames * 3 / 2, m_FrameBuffer.Capacity() * 3 / 2) != 0;
+  const uint32_t bytes = m_FrameBuffer.Capacity();
+  if (bytes >= kMaxGrownBytes / 3 * 2) {
+    return false;
+  }
+  return m_FrameBuffer.Resize(frames * 3 / 2, bytes * 3 / 2) != 0;
 }
 
-int CAudioPlayer::WriteFrame(const uint8_t* data, uint32_t len, uint64_t stamp, bool logFailure) {
+void CAudioPlayer::WriteFrame(const uint8_t* data, uint32_t len, uint64_t stamp) {
   const QueueFrameHead head{FRAME_TYPE_AUDIO, len, stamp};
   if (m_FrameBuffer.WriteFrame(head, data) != 0) {
-    return 1;
+    return;
   }
   if (m_bPureAudio != 0) {
     Grow();
-  } else if (logFailure) {
-    LogDetail("%s WriteFrame Failed(%d,%d)", "CAudioPlayer InputAudioData", m_FrameBuffer.GetFrameNum(),
+  } else {
+    LogDetail("CAudioPlayer InputAudioData WriteFrame Failed(%d,%d)", m_FrameBuffer.GetFrameNum(),
               static_cast<int>(m_FrameBuffer.FreeBytes()));
     m_FrameBuffer.ReserveFrameEx(kKeepOnOverflow);
-  } else {
-    return 0;  // dropped silently
   }
-  return m_FrameBuffer.WriteFrame(head, data);
+  m_FrameBuffer.WriteFrame(head, data);  // a frame larger than the whole buffer is lost
+}
+
+void CAudioPlayer::WriteFrameOrDrop(const uint8_t* data, uint32_t len, uint64_t stamp) {
+  const QueueFrameHead head{FRAME_TYPE_AUDIO, len, stamp};
+  if (m_FrameBuffer.WriteFrame(head, data) != 0 || m_bPureAudio == 0) {
+    return;
+  }
+  if (Grow()) {
+    m_FrameBuffer.WriteFrame(head, data);
+  }
+}
+
+void CAudioPlayer::StoreHisUnits(const uint8_t* payload, uint32_t len, uint64_t stamp) {
+  uint32_t offset = 0;
+  while (StartsUnit(payload + offset, len - offset)) {
+    const uint32_t unit = 4u + 2u * payload[offset + 2];
+    if (unit > len - offset) {
+      break;
+    }
+    WriteFrame(payload + offset, unit, stamp);
+    offset += unit;
+  }
+  if (offset == 0 && len != 0) {
+    WriteFrame(payload, len, stamp);  // not units after all: one frame, as sent
+  }
 }
 
 int CAudioPlayer::InputAudioData(const uint8_t* frame, uint32_t len, uint64_t stamp) {
-  if (LogFile(true)->Threshold() <= 0 && frame != nullptr) {
-    LogFile(true)->WriteHex(0, "CAudioPlayer::InputAudioData", frame, std::min<uint32_t>(len, 32));
+  CLogFile2* log = LogFile(true);
+  if (log->Threshold() <= 0 && frame != nullptr) {
+    char title[96];
+    std::snprintf(title, sizeof title, "%s len:%d Stamp:%lld", "CAudioPlayer::InputAudioData", static_cast<int>(len),
+                  static_cast<long long>(stamp));
+    log->WriteHex(0, title, frame, std::min(len, kHexDumpBytes));
   }
-  LogDetail("%s len:%d Stamp:%lld", "CAudioPlayer::InputAudioData", static_cast<int>(len),
-            static_cast<long long>(stamp));
   if (m_pDecoder == nullptr) {
     return -1;
   }
@@ -120,23 +156,10 @@ int CAudioPlayer::InputAudioData(const uint8_t* frame, uint32_t len, uint64_t st
   const uint8_t* payload = frame + kAudioFrameHead;
   const uint32_t payloadLen = len - kAudioFrameHead;
   OfferFirstData(payload, payloadLen);
-  if (!m_pDecoder->IsHisFrame()) {
-    if (payloadLen != 0) {
-      WriteFrame(payload, payloadLen, frameStamp, true);
-    }
-    return 0;
-  }
-  uint32_t offset = 0;
-  while (offset + 4 <= payloadLen && payload[offset] == 0x00 && payload[offset + 1] == 0x01) {
-    const uint32_t unit = 4u + 2u * payload[offset + 2];
-    if (offset + unit > payloadLen) {
-      break;
-    }
-    WriteFrame(payload + offset, unit, frameStamp, true);
-    offset += unit;
-  }
-  if (offset == 0 && payloadLen != 0) {
-    WriteFrame(payload, payloadLen, frameStamp, true);  // not units after all: one frame
+  if (m_pDecoder->IsHisFrame()) {
+    StoreHisUnits(payload, payloadLen, frameStamp);
+  } else if (payloadLen != 0) {
+    WriteFrame(payload, payloadLen, frameStamp);
   }
   return 0;
 }
@@ -149,15 +172,15 @@ int CAudioPlayer::InputAudioFrame(const uint8_t* payload, uint32_t len, uint64_t
     return 0;
   }
   OfferFirstData(payload, len);
-  if (len >= 4 && payload[0] == 0x00 && payload[1] == 0x01) {
-    const uint32_t unit = 4u + 2u * ReadU16(payload + 2);
-    const uint32_t count = len / unit;
-    for (uint32_t i = 0; i < count; ++i) {
-      WriteFrame(payload + i * unit, unit, stamp, false);
-    }
+  if (!StartsUnit(payload, len)) {
+    WriteFrameOrDrop(payload, len, stamp);
     return 0;
   }
-  WriteFrame(payload, len, stamp, false);
+  // Every unit is taken to be as long as the first; its counter byte counts into the length.
+  const uint32_t unit = 4u + 2u * ReadU16(payload + 2);
+  for (uint32_t i = 0; i < len / unit; ++i) {
+    WriteFrameOrDrop(payload + i * unit, unit, stamp);
+  }
   return 0;
 }
 
@@ -189,14 +212,11 @@ void CAudioPlayer::SetPureAudioMode() {
   m_WaveOut.SetSkipCacheControl(true);
 }
 
-void CAudioPlayer::ResetBuffer() { m_FrameBuffer.Reset(); }
-
 int CAudioPlayer::OpenEchoCancellation(void* context) {
   if (m_bOpened == 0) {
     return -1;
   }
   m_bEcho = 1;
-  m_pEchoContext = context;
   m_WaveOut.SetEchoContext(context);
   CAutoLock lock(m_WaveOut.DecoderLock());
   if (m_pDecoder != nullptr) {
