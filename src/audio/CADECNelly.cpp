@@ -74,7 +74,8 @@ int CADECNelly::DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint1
   }
   for (int i = 0; i < kBlockSamples; ++i) {
     const float scaled = std::nearbyint(m_fWork[i] * 32768.0f);
-    out[i] = static_cast<int16_t>(std::clamp(scaled, -32768.0f, 32767.0f));
+    // A damaged block can decode to NaN, which has no 16-bit value: it plays as silence.
+    out[i] = std::isnan(scaled) ? 0 : static_cast<int16_t>(std::clamp(scaled, -32768.0f, 32767.0f));
   }
   *outLen = kBlockSamples;
   return 0;
