@@ -1,0 +1,377 @@
+// The audio player and decoder exports used as a client does (libzephplay.so and zephplay.h),
+// with what the device played read back through SDL's disk audio driver and libavcodec's G.711
+// decoder as the judge of the decoded sound.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "AvAudio.h"
+#include "DiskAudio.h"
+#include "zephplay.h"
+
+namespace zp::test {
+namespace {
+
+constexpr uint16_t kCoderHisAlaw = 10;  // voice-engine units carrying G.711 A-law
+constexpr uint16_t kCoderUlaw = 18;
+constexpr uint16_t kCoderPcm8k = 20;
+// Samples in one device buffer: the decoder's largest output (voice engine 1280 bytes, PCM
+// 5120 bytes).
+constexpr size_t kHisBuffer = 640;
+constexpr size_t kPcmBuffer = 2560;
+constexpr size_t kPcmFrameSamples = 160;
+
+std::vector<uint8_t> Head(uint16_t coder, uint16_t channels = 1, uint16_t rate = 8000) {
+  std::vector<uint8_t> head(512, 0);
+  const uint16_t fields[6] = {1, 0x6000, coder, 104, channels, rate};
+  std::memcpy(head.data(), fields, sizeof fields);
+  return head;
+}
+
+std::vector<uint8_t> Frame(const std::vector<uint8_t>& payload, uint64_t stamp) {
+  std::vector<uint8_t> frame(12 + payload.size());
+  const auto length = static_cast<uint32_t>(payload.size());
+  std::memcpy(frame.data(), &length, 4);
+  std::memcpy(frame.data() + 4, &stamp, 8);
+  std::copy(payload.begin(), payload.end(), frame.begin() + 12);
+  return frame;
+}
+
+std::vector<uint8_t> Bytes(const std::vector<int16_t>& samples) {
+  std::vector<uint8_t> bytes(samples.size() * 2);
+  std::memcpy(bytes.data(), samples.data(), bytes.size());
+  return bytes;
+}
+
+// PCM frame number id: 160 samples of one value that tells the frames apart when played.
+std::vector<int16_t> PcmFrame(int id) { return Same(kPcmFrameSamples, static_cast<int16_t>((id + 1) * 10)); }
+
+std::vector<int16_t> PcmFrames(std::initializer_list<std::pair<int, int>> ranges) {
+  std::vector<int16_t> all;
+  for (const auto& [first, last] : ranges) {
+    for (int id = first; id <= last; ++id) {
+      const auto frame = PcmFrame(id);
+      all.insert(all.end(), frame.begin(), frame.end());
+    }
+  }
+  return all;
+}
+
+std::vector<int16_t> PadTo(std::vector<int16_t> samples, size_t n) {
+  samples.resize(n, 0);
+  return samples;
+}
+
+int16_t Scaled(int16_t sample, double gain) {
+  const auto v = static_cast<int32_t>(sample * gain);
+  return static_cast<int16_t>(v > 32767 ? 32767 : (v < -32768 ? -32768 : v));
+}
+
+// A player whose device was opened and stopped again: frames queue up until Play() reopens
+// it, so the first refill finds them all and what is played does not depend on timing.
+class QueuedPlayer {
+ public:
+  using Step = std::function<void(ZEPHPLAY_AUDIOPLAYER*)>;
+  // beforeHead runs before the first head, whileOpen while the first device is open.
+  explicit QueuedPlayer(uint16_t coder, int64_t delayMs = -1, const Step& beforeHead = {},
+                        const Step& whileOpen = {})
+      : head_(Head(coder)) {
+    const auto begin = std::chrono::steady_clock::now();
+    const int32_t opened = delayMs < 0 ? ZEPHPLAY_OpenAudioPlayer(&player_)
+                                       : ZEPHPLAY_OpenAudioPlayerEx(&player_, static_cast<uint32_t>(delayMs));
+    EXPECT_EQ(opened, 0);
+    if (beforeHead) {
+      beforeHead(player_);
+    }
+    EXPECT_EQ(ZEPHPLAY_InputAudioHead(player_, head_.data(), 512), 0);
+    if (whileOpen) {
+      whileOpen(player_);
+    }
+    EXPECT_EQ(ZEPHPLAY_PlayAudioSound(player_, 0), 0);
+    // The first device may have run a cache check; the next one is due 500 ms later, and the
+    // tests want it at the first refill of the reopened device.
+    std::this_thread::sleep_until(begin + std::chrono::milliseconds(520));
+  }
+  ~QueuedPlayer() { EXPECT_EQ(ZEPHPLAY_CloseAudioPlayer(player_), 0); }
+  QueuedPlayer(const QueuedPlayer&) = delete;
+  QueuedPlayer& operator=(const QueuedPlayer&) = delete;
+
+  ZEPHPLAY_AUDIOPLAYER* get() const { return player_; }
+  void Play() { EXPECT_EQ(ZEPHPLAY_InputAudioHead(player_, head_.data(), 512), 0); }
+  // Queues PCM frames first..last, stamped 20 ms (or stepUs) apart, as whole audio frames.
+  void QueuePcm(int first, int last, uint64_t stepUs = 20000) {
+    for (int id = first; id <= last; ++id) {
+      const auto frame = Frame(Bytes(PcmFrame(id)), 1000000 + static_cast<uint64_t>(id) * stepUs);
+      ASSERT_EQ(ZEPHPLAY_InputAudioData(player_, frame.data(), static_cast<uint32_t>(frame.size()), 0), 0);
+    }
+  }
+
+ private:
+  std::vector<uint8_t> head_;
+  ZEPHPLAY_AUDIOPLAYER* player_ = nullptr;
+};
+
+TEST(AudioPlayerExports, NullAndMalformedArgumentsGiveTheirCodes) {
+  DiskAudio disk;
+  EXPECT_EQ(ZEPHPLAY_OpenAudioPlayer(nullptr), -1);
+  EXPECT_EQ(ZEPHPLAY_OpenAudioPlayerEx(nullptr, 100), -1);
+  const auto head = Head(kCoderPcm8k);
+  const uint8_t bytes[16] = {};
+  EXPECT_EQ(ZEPHPLAY_InputAudioHead(nullptr, head.data(), 512), -1);
+  EXPECT_EQ(ZEPHPLAY_InputAudioData(nullptr, bytes, 16, 0), -1);
+  EXPECT_EQ(ZEPHPLAY_InputAudioFrame(nullptr, bytes, 16, 0), -1);
+  EXPECT_EQ(ZEPHPLAY_CheckAudioData(nullptr, 16), -1);
+  EXPECT_EQ(ZEPHPLAY_PlayAudioSound(nullptr, 1), -1);
+  EXPECT_EQ(ZEPHPLAY_SetAudioVolume(nullptr, 50), -1);
+  EXPECT_EQ(ZEPHPLAY_SetAudioPlayerGain(nullptr, 2.0), -1);
+  EXPECT_EQ(ZEPHPLAY_SetAudioDelay(nullptr, 100), -1);
+  EXPECT_EQ(ZEPHPLAY_SetNoDataEmptyCount(nullptr, 3), -1);
+  EXPECT_EQ(ZEPHPLAY_SetPureAudioMode(nullptr), -1);
+  EXPECT_EQ(ZEPHPLAY_SetAudioAcc1Chn(nullptr, 1), -1);
+  EXPECT_EQ(ZEPHPLAY_ResetAudioPlayer(nullptr), -1);
+  EXPECT_EQ(ZEPHPLAY_CloseAudioPlayer(nullptr), -1);
+
+  ZEPHPLAY_AUDIOPLAYER* player = nullptr;
+  ASSERT_EQ(ZEPHPLAY_OpenAudioPlayer(&player), 0);
+  EXPECT_EQ(ZEPHPLAY_InputAudioData(player, bytes, 16, 0), -1) << "no head yet";
+  EXPECT_EQ(ZEPHPLAY_InputAudioFrame(player, bytes, 16, 0), -1) << "no head yet";
+  EXPECT_EQ(ZEPHPLAY_InputAudioHead(player, nullptr, 512), -1);
+  EXPECT_EQ(ZEPHPLAY_InputAudioHead(player, head.data(), 11), -1);
+  EXPECT_EQ(ZEPHPLAY_InputAudioHead(player, head.data(), 512), 0);
+  EXPECT_EQ(ZEPHPLAY_InputAudioData(player, nullptr, 16, 0), -1);
+  EXPECT_EQ(ZEPHPLAY_InputAudioData(player, bytes, 11, 0), -1) << "shorter than the frame head";
+  EXPECT_EQ(ZEPHPLAY_InputAudioData(player, bytes, 12, 0), 0) << "an empty payload queues nothing";
+  EXPECT_EQ(ZEPHPLAY_InputAudioFrame(player, nullptr, 0, 0), 0);
+  EXPECT_EQ(ZEPHPLAY_SetAudioAcc1Chn(player, 1), 0);
+  EXPECT_EQ(ZEPHPLAY_CheckAudioData(player, 64001), -3) << "more than the whole buffer";
+  EXPECT_EQ(ZEPHPLAY_CheckAudioData(player, 640), 0);
+  const auto unknown = Head(26);
+  EXPECT_EQ(ZEPHPLAY_InputAudioHead(player, unknown.data(), 512), 0) << "a decoder that plays nothing";
+  EXPECT_EQ(ZEPHPLAY_InputAudioData(player, bytes, 16, 0), 0);
+  EXPECT_EQ(ZEPHPLAY_CloseAudioPlayer(player), 0);
+}
+
+// Random payloads under every coder type, including units whose length bytes lie: each call
+// answers its code and the sound thread decodes whatever was queued without a fault (the
+// sanitizer builds catch what a plain build would not).
+TEST(AudioPlayerExports, RandomPayloadsUnderEveryCoderTypeArePlayedSafely) {
+  DiskAudio disk(1);
+  std::mt19937 random(20261123);
+  ZEPHPLAY_AUDIOPLAYER* player = nullptr;
+  ASSERT_EQ(ZEPHPLAY_OpenAudioPlayer(&player), 0);
+  for (uint16_t coder = 0; coder <= 27; ++coder) {
+    const auto head = Head(coder);
+    ASSERT_EQ(ZEPHPLAY_InputAudioHead(player, head.data(), 512), 0);
+    for (int i = 0; i < 40; ++i) {
+      std::vector<uint8_t> payload(random() % 700);
+      for (auto& b : payload) {
+        b = static_cast<uint8_t>(random());
+      }
+      if (payload.size() >= 4 && i % 2 == 0) {
+        payload[0] = 0x00;  // a voice-engine unit head, with whatever length byte came out
+        payload[1] = 0x01;
+      }
+      const auto frame = Frame(payload, static_cast<uint64_t>(i) * 20000);
+      ASSERT_EQ(ZEPHPLAY_InputAudioData(player, frame.data(), static_cast<uint32_t>(frame.size()), 0), 0);
+      ASSERT_EQ(ZEPHPLAY_InputAudioFrame(player, payload.data(), static_cast<uint32_t>(payload.size()), 0), 0);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));  // let the device decode some
+  }
+  EXPECT_EQ(ZEPHPLAY_CloseAudioPlayer(player), 0);
+}
+
+// Voice-engine frames of two 200-sample A-law units each: the units are queued one by one, a
+// device buffer (640 samples) takes three, the fourth does not fit what is left and is lost,
+// and the rest of the buffer is silent. Everything played carries the gain, clipped.
+TEST(AudioPlayerExports, PlaysTheDecodedUnitsWithTheGain) {
+  DiskAudio disk;
+  constexpr int kUnits = 10;
+  constexpr size_t kUnitSamples = 200;
+  constexpr double kGain = 3.0;
+  std::mt19937 random(7);
+  std::vector<std::vector<uint8_t>> alaw(kUnits);
+  for (auto& unit : alaw) {
+    unit.resize(kUnitSamples);
+    for (auto& b : unit) {
+      b = static_cast<uint8_t>(random());
+    }
+  }
+  AvAudioDecoder oracle("pcm_alaw", {});
+  ASSERT_TRUE(oracle.ok());
+  std::vector<std::vector<int16_t>> expected(kUnits);
+  for (int u = 0; u < kUnits; ++u) {
+    std::vector<int16_t> pcm;
+    ASSERT_TRUE(oracle.Decode(alaw[u].data(), alaw[u].size(), &pcm));
+    ASSERT_EQ(pcm.size(), kUnitSamples);
+    for (const int16_t s : pcm) {
+      expected[u].push_back(Scaled(s, kGain));
+    }
+  }
+
+  QueuedPlayer player(kCoderHisAlaw);
+  ASSERT_EQ(ZEPHPLAY_SetAudioPlayerGain(player.get(), kGain), 0);
+  for (int f = 0; f < kUnits / 2; ++f) {
+    std::vector<uint8_t> payload;
+    for (int u = 2 * f; u < 2 * f + 2; ++u) {
+      payload.insert(payload.end(), {0x00, 0x01, kUnitSamples / 2, 0x00});
+      payload.insert(payload.end(), alaw[u].begin(), alaw[u].end());
+    }
+    const auto frame = Frame(payload, 20000u * f);
+    ASSERT_EQ(ZEPHPLAY_InputAudioData(player.get(), frame.data(), static_cast<uint32_t>(frame.size()), 0), 0);
+  }
+  player.Play();
+  const auto played = disk.WaitForSamples(6 * kHisBuffer);
+  ASSERT_GE(played.size(), 6 * kHisBuffer);
+
+  EXPECT_EQ(Slice(played, 0, 2 * kHisBuffer), Same(2 * kHisBuffer, kStartFillSample)) << "the start fill";
+  const std::vector<std::vector<int16_t>> refills = {
+      PadTo(Cat({expected[0], expected[1], expected[2]}), kHisBuffer),
+      PadTo(Cat({expected[4], expected[5], expected[6]}), kHisBuffer),
+      PadTo(Cat({expected[8], expected[9]}), kHisBuffer),
+      Same(kHisBuffer, 0),
+  };
+  for (size_t i = 0; i < refills.size(); ++i) {
+    EXPECT_EQ(Slice(played, (2 + i) * kHisBuffer, kHisBuffer), refills[i]) << "refill " << i;
+  }
+}
+
+// The gain never attenuates (0.5 plays at unity) and stops at 25 (30 plays as 25, clipped);
+// the volume scales both halves by percent x 65535 / 100 and is only taken by an open device.
+TEST(AudioPlayerExports, GainAndVolumeLimits) {
+  const std::vector<int16_t> payload = {1000, -1000, 2000, -2000, 123, -7, 0, 32767};
+  struct Case {
+    double gain;
+    int volume;  // -1: not set
+    bool volumeBeforeHead;
+    std::vector<int16_t> frame;
+    int16_t fill;
+  };
+  const std::vector<Case> cases = {
+      {0.5, -1, false, payload, kStartFillSample},
+      {30.0, -1, false, {25000, -25000, 32767, -32768, 3075, -175, 0, 32767}, kStartFillSample},
+      {0.0, 50, false, {499, -499, 999, -999, 61, -3, 0, 16383}, 12849},
+      {0.0, 10, true, payload, kStartFillSample},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << "gain " << c.gain << " volume " << c.volume);
+    DiskAudio disk;
+    const QueuedPlayer::Step setVolume = [&c](ZEPHPLAY_AUDIOPLAYER* p) {
+      EXPECT_EQ(ZEPHPLAY_SetAudioVolume(p, static_cast<uint16_t>(c.volume)), 0);
+    };
+    const bool volumeSet = c.volume >= 0;
+    // Set while the first device is open, the volume stays with the reopened one; set before
+    // any device, it is ignored.
+    QueuedPlayer player(kCoderPcm8k, -1, volumeSet && c.volumeBeforeHead ? setVolume : QueuedPlayer::Step{},
+                        volumeSet && !c.volumeBeforeHead ? setVolume : QueuedPlayer::Step{});
+    ASSERT_EQ(ZEPHPLAY_SetAudioPlayerGain(player.get(), c.gain), 0);
+    const auto bytes = Bytes(payload);
+    ASSERT_EQ(ZEPHPLAY_InputAudioFrame(player.get(), bytes.data(), static_cast<uint32_t>(bytes.size()), 5), 0);
+    player.Play();
+    const auto played = disk.WaitForSamples(3 * kPcmBuffer);
+    ASSERT_GE(played.size(), 3 * kPcmBuffer);
+    EXPECT_EQ(Slice(played, 0, 2 * kPcmBuffer), Same(2 * kPcmBuffer, c.fill));
+    EXPECT_EQ(Slice(played, 2 * kPcmBuffer, kPcmBuffer), PadTo(c.frame, kPcmBuffer));
+  }
+}
+
+// With the no-data count 3, a refill that runs out of frames keeps the old content behind the
+// new sound and counts as the first empty one; the next two empty refills keep theirs too,
+// and the one after them is silent. With the default 0 every empty stretch is silent at once.
+TEST(AudioPlayerExports, EmptyRefillsRepeatTheOldSoundForTheNoDataCount) {
+  for (const int count : {3, 0}) {
+    SCOPED_TRACE(count);
+    DiskAudio disk;
+    QueuedPlayer player(kCoderPcm8k);
+    ASSERT_EQ(ZEPHPLAY_SetNoDataEmptyCount(player.get(), count), 0);
+    player.QueuePcm(0, 0);
+    player.Play();
+    const auto played = disk.WaitForSamples(8 * kPcmBuffer);
+    ASSERT_GE(played.size(), 8 * kPcmBuffer);
+    const auto fill = Same(kPcmBuffer, kStartFillSample);
+    auto withFill = PcmFrame(0);
+    withFill.resize(kPcmBuffer, kStartFillSample);
+    const std::vector<std::vector<int16_t>> blocks =
+        count == 3 ? std::vector<std::vector<int16_t>>{fill, fill, withFill, fill, withFill, Same(kPcmBuffer, 0),
+                                                       Same(kPcmBuffer, 0)}
+                   : std::vector<std::vector<int16_t>>{fill, fill, PadTo(PcmFrame(0), kPcmBuffer),
+                                                       Same(kPcmBuffer, 0), Same(kPcmBuffer, 0)};
+    for (size_t i = 0; i < blocks.size(); ++i) {
+      EXPECT_EQ(Slice(played, i * kPcmBuffer, kPcmBuffer), blocks[i]) << "buffer " << i;
+    }
+  }
+}
+
+// The first refill decodes one frame and then runs the cache check, which trims what is still
+// queued; the rest of that refill shows which frames survived. PCM frames are 20 ms each at 50
+// frames per second; a device buffer holds 16 of them.
+TEST(AudioPlayerExports, CacheRulesTrimTheQueueAtTheFirstCheck) {
+  struct Case {
+    const char* rule;
+    int64_t delayMs;
+    int frames;
+    uint64_t stepUs;
+    std::vector<int16_t> firstRefill;
+  };
+  const std::vector<Case> cases = {
+      // 89 left >= 75 (1.5 s worth): a quarter second's worth, 12, stay.
+      {"frame count", -1, 90, 20000, PcmFrames({{0, 0}, {78, 89}})},
+      // Delay 200 ms, 29 left spanning 560 ms: 12 stay.
+      {"audio delay", 200, 30, 20000, PcmFrames({{0, 0}, {18, 29}})},
+      // No delay, no reference time, 40 left spanning 1560 ms: 10 stay.
+      {"default span", -1, 41, 40000, PcmFrames({{0, 0}, {31, 40}})},
+      // 14 left spanning 260 ms: nothing is trimmed.
+      {"none", -1, 15, 20000, PcmFrames({{0, 14}})},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.rule);
+    DiskAudio disk;
+    QueuedPlayer player(kCoderPcm8k, c.delayMs);
+    player.QueuePcm(0, c.frames - 1, c.stepUs);
+    player.Play();
+    const auto played = disk.WaitForSamples(4 * kPcmBuffer);
+    ASSERT_GE(played.size(), 4 * kPcmBuffer);
+    EXPECT_EQ(Slice(played, 2 * kPcmBuffer, kPcmBuffer), PadTo(c.firstRefill, kPcmBuffer));
+  }
+}
+
+// A full buffer (100 frames) refuses more room to CheckAudioData; the next frame then makes
+// room by keeping the newest 50. In pure-audio mode the buffer grows instead and the cache
+// rules are off, so every frame is kept; a refill of exactly 16 frames loses the 17th, which
+// does not fit.
+TEST(AudioPlayerExports, FullBufferKeepsTheNewestFiftyOrGrowsInPureAudioMode) {
+  {
+    DiskAudio disk;
+    QueuedPlayer player(kCoderPcm8k);
+    player.QueuePcm(0, 98);
+    EXPECT_EQ(ZEPHPLAY_CheckAudioData(player.get(), 320), 0);
+    player.QueuePcm(99, 99);
+    EXPECT_EQ(ZEPHPLAY_CheckAudioData(player.get(), 320), -3) << "100 frames held";
+    player.QueuePcm(100, 104);
+    player.Play();
+    const auto played = disk.WaitForSamples(3 * kPcmBuffer);
+    ASSERT_GE(played.size(), 3 * kPcmBuffer);
+    EXPECT_EQ(Slice(played, 2 * kPcmBuffer, kPcmBuffer), PcmFrames({{50, 65}}));
+  }
+  {
+    DiskAudio disk;
+    QueuedPlayer player(kCoderPcm8k);
+    ASSERT_EQ(ZEPHPLAY_SetPureAudioMode(player.get()), 0);
+    player.QueuePcm(0, 159);
+    player.Play();
+    const auto played = disk.WaitForSamples(13 * kPcmBuffer);
+    ASSERT_GE(played.size(), 13 * kPcmBuffer);
+    for (int refill = 0; refill < 9; ++refill) {
+      const int first = refill * 17;
+      const int last = std::min(first + 15, 159);
+      EXPECT_EQ(Slice(played, (2 + refill) * kPcmBuffer, kPcmBuffer),
+                PadTo(PcmFrames({{first, last}}), kPcmBuffer))
+          << "refill " << refill;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zp::test
