@@ -17,6 +17,8 @@ namespace {
 
 constexpr uint32_t kDumpCheckIntervalMs = 60000;
 constexpr int kSizeTolerance = 16;
+// 4096 x 2304: above every recorder's picture (4K UHD is 3840 x 2160).
+constexpr int64_t kMaxPixels = int64_t{4096} * 2304;
 
 int Distance(int a, int b) { return a > b ? a - b : b - a; }
 
@@ -58,6 +60,9 @@ uint32_t CVDECH264::InitDecoder(uint32_t /*nFlag*/) {
       m_pContext->thread_count = 2;
     }
     m_pContext->opaque = this;
+    // A parameter set may announce any size; pictures above this are refused before their
+    // buffers are made.
+    m_pContext->max_pixels = kMaxPixels;
     if (avcodec_open2(m_pContext, codec, nullptr) == 0) {
       m_bOpened = true;
       m_nInit = 1;

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "common/CAutoLock.h"
 #include "interface/log/LogAccess.h"
 
 namespace zp {
@@ -62,13 +63,16 @@ int CVDECHi265::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nL
     m_nWaitKey = 0;
   }
   const IHW265D_INARGS in{pData, nLength, u64Stamp / 1000};
-  // The core frees the current picture's planes when it puts out the next one.
-  m_decodeData.SetPicture(kPictureNone, nullptr, 0);
-  const int32_t result = IHW265D_Decode(m_hDecoder, &in, &m_outArgs);
-  if (result != IHW265D_OK || m_outArgs.eDecodeStatus != IHW265D_GETDISPLAY) {
-    return 0;
+  {
+    // The core frees the current picture's planes when it puts out the next one: the call
+    // runs under the picture lock that captures on other threads take.
+    CAutoLock lock(m_decodeData.Lock());
+    const int32_t result = IHW265D_Decode(m_hDecoder, &in, &m_outArgs);
+    if (result != IHW265D_OK || m_outArgs.eDecodeStatus != IHW265D_GETDISPLAY) {
+      return 0;
+    }
+    m_picture = m_outArgs;
   }
-  m_picture = m_outArgs;
   SetSize(m_picture.uiDecWidth, m_picture.uiDecHeight);
   PictureInfo picture;
   picture.nKey = m_picture.bIsIntraPic;

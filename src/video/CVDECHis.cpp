@@ -1,5 +1,6 @@
 #include "video/CVDECHis.h"
 
+#include "common/CAutoLock.h"
 #include "interface/log/LogAccess.h"
 
 namespace zp {
@@ -58,9 +59,7 @@ int CVDECHis::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nLen
     }
     m_nWaitKey = 0;
   }
-  // The decoder frees the current picture's planes when it puts out the next one.
-  m_decodeData.SetPicture(kPictureNone, nullptr, 0);
-  const int32_t result = Hi264DecFrame(m_hDecoder, pData, nLength, 0, &m_outFrame, 0);
+  int32_t result = DecodeLocked(pData, nLength);
   if (result == HI264DEC_NEED_MORE_BITS || result == HI264DEC_NO_PICTURE) {
     return 0;
   }
@@ -69,15 +68,25 @@ int CVDECHis::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nLen
     Deliver(u64Stamp);
     delivered = 1;
   }
-  while (Hi264DecFrame(m_hDecoder, nullptr, 0, 0, &m_outFrame, 0) == HI264DEC_OK) {
+  while (DecodeLocked(nullptr, 0) == HI264DEC_OK) {
     Deliver(u64Stamp);
     delivered = 1;
   }
   return delivered;
 }
 
+// The decoder frees the current picture's planes when it puts out the next one, so the call
+// runs under the picture lock that captures on other threads take.
+int32_t CVDECHis::DecodeLocked(const uint8_t* pData, uint32_t nLength) {
+  CAutoLock lock(m_decodeData.Lock());
+  const int32_t result = Hi264DecFrame(m_hDecoder, pData, nLength, 0, &m_outFrame, 0);
+  if (result == HI264DEC_OK) {
+    m_picture = m_outFrame;
+  }
+  return result;
+}
+
 void CVDECHis::Deliver(uint64_t u64Stamp) {
-  m_picture = m_outFrame;
   SetSize(m_picture.uWidth, m_picture.uHeight);
   PictureInfo picture;
   picture.nKey = m_picture.bIsKeyFrame;

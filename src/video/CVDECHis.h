@@ -23,6 +23,7 @@ class CVDECHis : public CVDEC {
   static void LimitsFor(uint8_t nClass, uint32_t* pWidthMB, uint32_t* pHeightMB);
 
  private:
+  int32_t DecodeLocked(const uint8_t* pData, uint32_t nLength);
   void Deliver(uint64_t u64Stamp);
 
   HI264DEC_HANDLE m_hDecoder = nullptr;

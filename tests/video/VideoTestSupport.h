@@ -3,6 +3,7 @@
 // libjpeg reading back JPEGs, a BT.601 reference conversion, PSNR, and Xvfb with a real X window.
 #include <X11/Xlib.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -241,49 +242,43 @@ inline std::string TestPath(const std::string& name) {
   return std::string(dir != nullptr ? dir : "/tmp") + "/zp_video_" + std::to_string(getpid()) + "_" + name;
 }
 
-// An X server for window tests: the one in DISPLAY, else an Xvfb started here (stopped at the
-// end). Available() is false only when neither exists.
+// An Xvfb of the test program's own, on a display number the server picks itself (-displayfd,
+// so parallel test programs never clash), stopped at the end. DISPLAY points at it.
 class XServer {
  public:
   XServer() {
-    if (std::getenv("DISPLAY") != nullptr && std::getenv("DISPLAY")[0] != '\0') {
+    int fds[2];
+    if (pipe(fds) != 0) {
+      return;
+    }
+    m_pid = fork();
+    if (m_pid == 0) {
+      close(fds[0]);
+      const int devnull = open("/dev/null", O_WRONLY);
+      dup2(devnull, 1);
+      dup2(devnull, 2);
+      const std::string fd = std::to_string(fds[1]);
+      execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "800x600x24", "-nolisten",
+             "tcp", "-noreset", static_cast<char*>(nullptr));
+      _exit(127);
+    }
+    close(fds[1]);
+    // The server writes its display number once it accepts connections.
+    std::string number;
+    pollfd p{fds[0], POLLIN, 0};
+    char c = 0;
+    while (m_pid > 0 && poll(&p, 1, 15000) > 0 && read(fds[0], &c, 1) == 1 && c != '\n') {
+      number += c;
+    }
+    close(fds[0]);
+    if (number.empty()) {
+      return;
+    }
+    const std::string display = ":" + number;
+    if (Display* d = XOpenDisplay(display.c_str())) {
+      XCloseDisplay(d);
+      setenv("DISPLAY", display.c_str(), 1);
       m_ok = true;
-      return;
-    }
-    if (access("/usr/bin/Xvfb", X_OK) != 0) {
-      return;
-    }
-    // A display number of our own, tried until one starts: parallel test programs each
-    // start a server, and a number may be taken in a way the lock files do not show.
-    unsigned seed = static_cast<unsigned>(getpid());
-    for (int attempt = 0; attempt < 8 && !m_ok; ++attempt) {
-      const std::string display = ":" + std::to_string(100 + rand_r(&seed) % 800);
-      m_pid = fork();
-      if (m_pid == 0) {
-        const int devnull = open("/dev/null", O_WRONLY);
-        dup2(devnull, 1);
-        dup2(devnull, 2);
-        execl("/usr/bin/Xvfb", "Xvfb", display.c_str(), "-screen", "0", "800x600x24",
-              "-nolisten", "tcp", "-noreset", static_cast<char*>(nullptr));
-        _exit(127);
-      }
-      for (int wait = 0; wait < 50 && !m_ok; ++wait) {
-        usleep(100 * 1000);
-        if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
-          m_pid = -1;
-          break;  // that number was taken: the server gave up
-        }
-        if (Display* d = XOpenDisplay(display.c_str())) {
-          XCloseDisplay(d);
-          setenv("DISPLAY", display.c_str(), 1);
-          m_ok = true;
-        }
-      }
-      if (!m_ok && m_pid > 0) {
-        kill(m_pid, SIGTERM);
-        waitpid(m_pid, nullptr, 0);
-        m_pid = -1;
-      }
     }
   }
   ~XServer() {

@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <thread>
+
+#include "SampleEncoder.h"
+#include "VideoTestSupport.h"
+#include "video/CDraw.h"
+#include "video/CVDECH264.h"
+#include "video/CVDECHi265.h"
+#include "video/CVDECHis.h"
+
+namespace zp {
+namespace {
+
+using samples::VideoCodec;
+
+// Captures and draws from other threads while the decoder replaces its picture: each must see
+// a whole picture or none, never planes the decoder has already let go of.
+void DecodeWhileCapturing(CVDEC* dec, VideoCodec codec) {
+  samples::VideoParams p;
+  p.codec = codec;
+  p.width = 176;
+  p.height = 144;
+  p.frames = 40;
+  p.gop = 10;
+  const auto frames = samples::EncodeVideo(p);
+  ASSERT_EQ(frames.size(), 40u);
+  dec->InitDecoder(0);
+
+  std::atomic<bool> done{false};
+  std::thread decoder([&] {
+    for (const auto& f : frames) {
+      dec->DecodeOneFrame(f.key ? CVDEC::kKeyFrameType : 0x63643100, f.data.data(),
+                          static_cast<uint32_t>(f.data.size()), f.stampUs);
+    }
+    done = true;
+  });
+  std::thread drawer([&] {
+    CDraw draw;
+    while (!done) {
+      dec->DecodeData()->DrawFrame(&draw);
+    }
+  });
+  const std::string path = videotest::TestPath("concurrent.bmp");
+  int captured = 0;
+  while (!done) {
+    if (dec->CaptureBMP(path.c_str()) == 1) {
+      const videotest::BmpImage bmp = videotest::ReadBmp(path);
+      EXPECT_EQ(bmp.width, 176);
+      EXPECT_EQ(bmp.height, 144);
+      ++captured;
+    }
+  }
+  decoder.join();
+  drawer.join();
+  EXPECT_EQ(dec->CaptureBMP(path.c_str()), 1);  // the last picture stays capturable
+  std::filesystem::remove(path);
+  ::testing::Test::RecordProperty("captures", captured);
+}
+
+TEST(VideoThreads, CapturesAndDrawsRaceTheDecoderSafely) {
+  CVDECH264 h264(false, nullptr);
+  DecodeWhileCapturing(&h264, VideoCodec::H264);
+  CVDECH264 hevc(true, nullptr);
+  DecodeWhileCapturing(&hevc, VideoCodec::H265);
+  CVDECHis his;
+  DecodeWhileCapturing(&his, VideoCodec::H264);
+  CVDECHi265 hi265;
+  DecodeWhileCapturing(&hi265, VideoCodec::H265);
+}
+
+}  // namespace
+}  // namespace zp
