@@ -231,9 +231,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileHead(uint8_t* buffer, uint32_
 /* ---------------------------------------------------------------------------------------------
  * Video: decoded pictures, drawing and snapshots
  *
- * Pictures are YUV 4:2:0 planar. A window is the caller's native window handle: an X11 Window
- * id (cast to void*) on Linux, an HWND on Windows. With a NULL window nothing is drawn, but
- * every callback below is still called. Colours are 0x00BBGGRR (255 is red, 0xFFFFFF white).
+ * Pictures are YUV 4:2:0 planar, at most 4096 x 2304 pixels (larger ones are not decoded).
+ * A window is the caller's native window handle: an X11 Window id (cast to void*) on Linux,
+ * an HWND on Windows. With a NULL window nothing is drawn, but every callback below is still
+ * called. Colours are 0x00BBGGRR (255 is red, 0xFFFFFF white).
  *
  * Drawing parameters (set through a play handle's window and display exports):
  *  - on-screen text: slots 0..7 (slot 5 is the player's status line), each with its text
