@@ -1,5 +1,7 @@
 #include "video/PictureCapture.h"
 
+#include <algorithm>
+#include <cmath>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
@@ -22,24 +24,66 @@ constexpr int kJpegQuality = 90;
 constexpr char kJpegComment[] = "libzephplay picture capture";
 constexpr size_t kJpegBufferBytes = 64 * 1024;
 
+constexpr uint32_t kRowsPerChunk = 16;
+
 inline uint8_t Clip(int v) {
   v >>= 13;
   return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v));
 }
 
-// One output row from one luma row and the chroma row it shares with its neighbour.
+// One output row from one luma row and the chroma row it shares with its neighbour; the
+// chroma terms are worked out once for each pair of pixels.
 void ConvertRow(const ColorTables& t, const uint8_t* y, const uint8_t* u, const uint8_t* v,
                 uint32_t width, uint8_t* out, bool bgr) {
   const int ri = bgr ? 2 : 0;
   const int bi = bgr ? 0 : 2;
   constexpr int kRound = 1 << 12;
-  for (uint32_t x = 0; x < width; ++x) {
+  for (uint32_t x = 0; x < width; x += 2) {
     const int cu = u[x >> 1];
     const int cv = v[x >> 1];
-    const int l = t.luma[y[x]] + kRound;
-    out[ri] = Clip(l + t.vToRed[cv]);
-    out[1] = Clip(l - t.vToGreen[cv] - t.uToGreen[cu]);
-    out[bi] = Clip(l + t.uToBlue[cu]);
+    const int red = t.vToRed[cv] + kRound;
+    const int green = kRound - t.vToGreen[cv] - t.uToGreen[cu];
+    const int blue = t.uToBlue[cu] + kRound;
+    const uint32_t pair = width - x < 2 ? 1 : 2;
+    for (uint32_t i = 0; i < pair; ++i) {
+      const int l = t.luma[y[x + i]];
+      out[ri] = Clip(l + red);
+      out[1] = Clip(l + green);
+      out[bi] = Clip(l + blue);
+      out += 3;
+    }
+  }
+}
+
+// BT.601 limited range to the full range of JPEG's YCbCr.
+struct FullRangeTables {
+  uint8_t luma[256];
+  uint8_t chroma[256];
+  FullRangeTables() {
+    for (int i = 0; i < 256; ++i) {
+      const long yv = std::lround((i - 16) * 255.0 / 219.0);
+      const long cv = std::lround((i - 128) * 255.0 / 224.0) + 128;
+      luma[i] = static_cast<uint8_t>(yv < 0 ? 0 : (yv > 255 ? 255 : yv));
+      chroma[i] = static_cast<uint8_t>(cv < 0 ? 0 : (cv > 255 ? 255 : cv));
+    }
+  }
+};
+
+const FullRangeTables& FullRange() {
+  static const FullRangeTables tables;
+  return tables;
+}
+
+// One interleaved full-range YCbCr row, chroma repeated for both pixels of a pair (4:4:4).
+void ToJpegYcc(const PictureInfo& p, uint32_t row, uint8_t* out) {
+  const FullRangeTables& t = FullRange();
+  const uint8_t* y = p.pY + static_cast<size_t>(row) * p.nYStride;
+  const uint8_t* u = p.pU + static_cast<size_t>(row >> 1) * p.nUVStride;
+  const uint8_t* v = p.pV + static_cast<size_t>(row >> 1) * p.nUVStride;
+  for (uint32_t x = 0; x < p.nWidth; ++x) {
+    out[0] = t.luma[y[x]];
+    out[1] = t.chroma[u[x >> 1]];
+    out[2] = t.chroma[v[x >> 1]];
     out += 3;
   }
 }
@@ -101,7 +145,8 @@ struct JpegError {
 };
 
 // Kept free of C++ objects with destructors: libjpeg leaves through longjmp on an error.
-bool Compress(const PictureInfo& picture, const uint8_t* rgb, StreamDestination* dest) {
+// rows holds kRowsPerChunk rows of width * 3 bytes.
+bool Compress(const PictureInfo& picture, uint8_t* rows, StreamDestination* dest) {
   jpeg_compress_struct cinfo{};
   JpegError error;
   cinfo.err = jpeg_std_error(&error.mgr);
@@ -115,7 +160,8 @@ bool Compress(const PictureInfo& picture, const uint8_t* rgb, StreamDestination*
   cinfo.image_width = picture.nWidth;
   cinfo.image_height = picture.nHeight;
   cinfo.input_components = 3;
-  cinfo.in_color_space = JCS_RGB;
+  // The decoder's YCbCr goes in as it is (moved to full range): no round trip through RGB.
+  cinfo.in_color_space = JCS_YCbCr;
   jpeg_set_defaults(&cinfo);
   jpeg_set_quality(&cinfo, kJpegQuality, TRUE);
   for (int c = 0; c < 3; ++c) {  // 4:4:4: every component at full resolution
@@ -127,14 +173,15 @@ bool Compress(const PictureInfo& picture, const uint8_t* rgb, StreamDestination*
   jpeg_write_marker(&cinfo, JPEG_COM, reinterpret_cast<const JOCTET*>(kJpegComment),
                     sizeof(kJpegComment) - 1);
   const size_t rowBytes = static_cast<size_t>(picture.nWidth) * 3;
-  JSAMPROW rows[16];
+  JSAMPROW pointers[kRowsPerChunk];
   while (cinfo.next_scanline < cinfo.image_height) {
     const JDIMENSION left = cinfo.image_height - cinfo.next_scanline;
-    const JDIMENSION n = left < 16 ? left : 16;
+    const JDIMENSION n = left < kRowsPerChunk ? left : kRowsPerChunk;
     for (JDIMENSION i = 0; i < n; ++i) {
-      rows[i] = const_cast<JSAMPROW>(rgb + (cinfo.next_scanline + i) * rowBytes);
+      pointers[i] = rows + i * rowBytes;
+      ToJpegYcc(picture, cinfo.next_scanline + i, pointers[i]);
     }
-    jpeg_write_scanlines(&cinfo, rows, n);
+    jpeg_write_scanlines(&cinfo, pointers, n);
   }
   jpeg_finish_compress(&cinfo);
   jpeg_destroy_compress(&cinfo);
@@ -164,19 +211,31 @@ CaptureResult SavePictureBMP(const PictureInfo& picture, const char* path) {
   }
   const size_t rowBytes = (static_cast<size_t>(picture.nWidth) * 3 + 3) & ~static_cast<size_t>(3);
   const size_t imageBytes = rowBytes * picture.nHeight;
-  std::vector<uint8_t> data(54 + imageBytes);
-  uint8_t* h = data.data();
-  h[0] = 'B';
-  h[1] = 'M';
-  PutLe32(h + 2, static_cast<uint32_t>(data.size()));
-  PutLe32(h + 10, 54);
+  uint8_t h[54] = {'B', 'M'};
+  PutLe32(h + 2, static_cast<uint32_t>(sizeof(h) + imageBytes));
+  PutLe32(h + 10, sizeof(h));
   PutLe32(h + 14, 40);
   PutLe32(h + 18, picture.nWidth);
   PutLe32(h + 22, picture.nHeight);  // positive height: rows bottom-up
   PutLe16(h + 26, 1);
   PutLe16(h + 28, 24);
-  ConvertPictureToRgb(picture, h + 54, rowBytes, true, true);
-  const bool ok = std::fwrite(data.data(), 1, data.size(), file) == data.size();
+  bool ok = std::fwrite(h, 1, sizeof(h), file) == sizeof(h);
+  // Converted and written a few rows at a time, from the bottom row up, through one small
+  // buffer that stays in the cache.
+  std::vector<uint8_t> chunk(rowBytes * kRowsPerChunk, 0);
+  const ColorTables& tables = GetColorTables();
+  for (uint32_t done = 0; ok && done < picture.nHeight;) {
+    const uint32_t n = std::min(kRowsPerChunk, picture.nHeight - done);
+    for (uint32_t i = 0; i < n; ++i) {
+      const uint32_t row = picture.nHeight - 1 - (done + i);
+      const size_t chromaRow = static_cast<size_t>(row >> 1) * picture.nUVStride;
+      ConvertRow(tables, picture.pY + static_cast<size_t>(row) * picture.nYStride,
+                 picture.pU + chromaRow, picture.pV + chromaRow, picture.nWidth,
+                 chunk.data() + i * rowBytes, true);
+    }
+    ok = std::fwrite(chunk.data(), 1, n * rowBytes, file) == n * rowBytes;
+    done += n;
+  }
   const bool closed = std::fclose(file) == 0;
   return ok && closed ? CaptureResult::kWritten : CaptureResult::kFailed;
 }
@@ -189,16 +248,15 @@ CaptureResult SavePictureJPEG(const PictureInfo& picture, const char* path) {
   if (!stream) {
     return CaptureResult::kOpenFailed;
   }
-  const size_t rowBytes = static_cast<size_t>(picture.nWidth) * 3;
-  std::unique_ptr<uint8_t[]> rgb(new uint8_t[rowBytes * picture.nHeight]);
-  ConvertPictureToRgb(picture, rgb.get(), rowBytes, false, false);
+  const size_t rowsBytes = static_cast<size_t>(picture.nWidth) * 3 * kRowsPerChunk;
+  std::unique_ptr<uint8_t[]> rows(new uint8_t[rowsBytes]);
   StreamDestination dest;
   dest.stream = &stream;
   dest.buffer.reset(new JOCTET[kJpegBufferBytes]);
   dest.mgr.init_destination = &StreamDestination::Init;
   dest.mgr.empty_output_buffer = &StreamDestination::Empty;
   dest.mgr.term_destination = &StreamDestination::Term;
-  if (!Compress(picture, rgb.get(), &dest) || dest.failed) {
+  if (!Compress(picture, rows.get(), &dest) || dest.failed) {
     return CaptureResult::kFailed;
   }
   stream.close();

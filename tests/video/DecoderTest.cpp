@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <random>
 
 #include "SampleEncoder.h"
 #include "VideoTestSupport.h"
+#include "interface/config/CLibraryConfig.h"
 #include "video/CVDECH264.h"
 #include "video/CVDECHi265.h"
 #include "video/CVDECHis.h"
@@ -276,6 +280,71 @@ TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
     }
     EXPECT_GE(clean, 10u) << (hevc ? "HEVC" : "H.264");
   }
+}
+
+}  // namespace
+}  // namespace zp
+
+namespace zp {
+namespace {
+
+std::vector<uint8_t> ReadAll(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::vector<uint8_t>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
+  const std::string ini = CLibraryConfig::Instance().AppIniPath();
+  ASSERT_FALSE(std::filesystem::exists(ini)) << ini << " is in the way";
+  std::ofstream(ini) << "[CONFIG]\nWriteFile=1\n";
+  const std::string oldTmp = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "";
+  const std::filesystem::path dir = videotest::TestPath("dump");
+  std::filesystem::create_directories(dir);
+  setenv("TMPDIR", dir.c_str(), 1);
+
+  // Key frames at 0, 6 and 12: the size is known from the first picture on, so the dump opens
+  // at frame 6 and takes every frame and picture from there.
+  const auto frames = Encode(VideoCodec::H264, 176, 144, 18, false, 6);
+  {
+    CVDECH264 dec(false, nullptr);
+    dec.InitDecoder(0);
+    Collector col;
+    col.Attach(&dec);
+    col.Feed(&dec, frames);
+  }
+  std::filesystem::remove(ini);
+  if (oldTmp.empty()) {
+    unsetenv("TMPDIR");
+  } else {
+    setenv("TMPDIR", oldTmp.c_str(), 1);
+  }
+
+  std::vector<uint8_t> raw, yuv;
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir / "zephplay-dump")) {
+    const std::string name = entry.path().filename().string();
+    ++files;
+    if (name.rfind("264_", 0) == 0 && entry.path().extension() == ".264") {
+      raw = ReadAll(entry.path());
+    } else if (name.rfind("yuv_", 0) == 0 && entry.path().extension() == ".yuv") {
+      yuv = ReadAll(entry.path());
+    }
+  }
+  std::filesystem::remove_all(dir);
+  EXPECT_EQ(files, 2);
+  std::vector<uint8_t> expectedRaw, expectedYuv;
+  const std::vector<EncodedFrame> tail(frames.begin() + 6, frames.end());
+  for (const auto& f : tail) {
+    expectedRaw.insert(expectedRaw.end(), f.data.begin(), f.data.end());
+  }
+  const auto ref = videotest::ReferenceDecode(frames, false);
+  for (size_t i = 6; i < ref.size(); ++i) {
+    for (const auto* plane : {&ref[i].y, &ref[i].u, &ref[i].v}) {
+      expectedYuv.insert(expectedYuv.end(), plane->begin(), plane->end());
+    }
+  }
+  EXPECT_TRUE(raw == expectedRaw) << raw.size() << " bytes, expected " << expectedRaw.size();
+  EXPECT_TRUE(yuv == expectedYuv) << yuv.size() << " bytes, expected " << expectedYuv.size();
 }
 
 }  // namespace
