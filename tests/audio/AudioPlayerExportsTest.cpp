@@ -116,23 +116,18 @@ class QueuedPlayer {
 
 TEST(AudioPlayerExports, NullAndMalformedArgumentsGiveTheirCodes) {
   DiskAudio disk;
-  EXPECT_EQ(ZEPHPLAY_OpenAudioPlayer(nullptr), -1);
-  EXPECT_EQ(ZEPHPLAY_OpenAudioPlayerEx(nullptr, 100), -1);
   const auto head = Head(kCoderPcm8k);
   const uint8_t bytes[16] = {};
-  EXPECT_EQ(ZEPHPLAY_InputAudioHead(nullptr, head.data(), 512), -1);
-  EXPECT_EQ(ZEPHPLAY_InputAudioData(nullptr, bytes, 16, 0), -1);
-  EXPECT_EQ(ZEPHPLAY_InputAudioFrame(nullptr, bytes, 16, 0), -1);
-  EXPECT_EQ(ZEPHPLAY_CheckAudioData(nullptr, 16), -1);
-  EXPECT_EQ(ZEPHPLAY_PlayAudioSound(nullptr, 1), -1);
-  EXPECT_EQ(ZEPHPLAY_SetAudioVolume(nullptr, 50), -1);
-  EXPECT_EQ(ZEPHPLAY_SetAudioPlayerGain(nullptr, 2.0), -1);
-  EXPECT_EQ(ZEPHPLAY_SetAudioDelay(nullptr, 100), -1);
-  EXPECT_EQ(ZEPHPLAY_SetNoDataEmptyCount(nullptr, 3), -1);
-  EXPECT_EQ(ZEPHPLAY_SetPureAudioMode(nullptr), -1);
-  EXPECT_EQ(ZEPHPLAY_SetAudioAcc1Chn(nullptr, 1), -1);
-  EXPECT_EQ(ZEPHPLAY_ResetAudioPlayer(nullptr), -1);
-  EXPECT_EQ(ZEPHPLAY_CloseAudioPlayer(nullptr), -1);
+  // Every code is -1, and an AND of them stays -1 only when each one is.
+  EXPECT_EQ(ZEPHPLAY_OpenAudioPlayer(nullptr) & ZEPHPLAY_OpenAudioPlayerEx(nullptr, 100) &
+                ZEPHPLAY_InputAudioHead(nullptr, head.data(), 512) & ZEPHPLAY_InputAudioData(nullptr, bytes, 16, 0) &
+                ZEPHPLAY_InputAudioFrame(nullptr, bytes, 16, 0) & ZEPHPLAY_CheckAudioData(nullptr, 16) &
+                ZEPHPLAY_PlayAudioSound(nullptr, 1) & ZEPHPLAY_SetAudioVolume(nullptr, 50) &
+                ZEPHPLAY_SetAudioPlayerGain(nullptr, 2.0) & ZEPHPLAY_SetAudioDelay(nullptr, 100) &
+                ZEPHPLAY_SetNoDataEmptyCount(nullptr, 3) & ZEPHPLAY_SetPureAudioMode(nullptr) &
+                ZEPHPLAY_SetAudioAcc1Chn(nullptr, 1) & ZEPHPLAY_ResetAudioPlayer(nullptr) &
+                ZEPHPLAY_CloseAudioPlayer(nullptr),
+            -1);
 
   ZEPHPLAY_AUDIOPLAYER* player = nullptr;
   ASSERT_EQ(ZEPHPLAY_OpenAudioPlayer(&player), 0);

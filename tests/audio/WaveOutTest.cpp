@@ -17,117 +17,76 @@
 namespace zp::test {
 namespace {
 
-class CacheControlTest : public testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(queue_.Init(200, 100000), 1); }
-
-  // n frames stamped firstMs, firstMs + stepMs, ...
-  void Queue(int n, uint64_t firstMs, uint64_t stepMs) {
-    queue_.Reset();
-    const uint8_t payload[8] = {};
-    for (int i = 0; i < n; ++i) {
-      const QueueFrameHead head{1, sizeof payload, (firstMs + static_cast<uint64_t>(i) * stepMs) * 1000};
-      ASSERT_EQ(queue_.WriteFrame(head, payload), 1);
-    }
+// n frames of 8 bytes stamped firstMs, firstMs + stepMs, ...
+void Queue(CFrameQueue* queue, int n, uint64_t firstMs, uint64_t stepMs) {
+  queue->Reset();
+  const uint8_t payload[8] = {};
+  for (int i = 0; i < n; ++i) {
+    ASSERT_EQ(queue->WriteFrame(QueueFrameHead{1, sizeof payload, (firstMs + i * stepMs) * 1000}, payload), 1);
   }
-  // A check 500 ms after the last one.
-  bool Check(uint32_t framesPerSecond, uint64_t stampMs = 0) {
-    now_ += CAudioCacheControl::kCheckIntervalMs;
-    return control_.Check(&queue_, framesPerSecond, stampMs * 1000);
+}
+
+TEST(CacheControl, ChecksAtMostEvery500MsAcrossTheTickWrap) {
+  uint32_t now = 1000;
+  CAudioCacheControl control([&now] { return now; });
+  CFrameQueue queue;
+  ASSERT_EQ(queue.Init(10, 1000), 1);
+  for (const uint32_t start : {1000u, 0xFFFFFF00u}) {  // the second one wraps past zero
+    now = start;
+    EXPECT_TRUE(control.Check(&queue, 50, 0));
+    now += 499;
+    EXPECT_FALSE(control.Check(&queue, 50, 0));
+    now += 1;
+    EXPECT_TRUE(control.Check(&queue, 50, 0));
   }
-  uint64_t HeadStampMs() {
-    uint64_t stamp = 0;
-    queue_.PeekStamp(&stamp);
-    return stamp / 1000;
+}
+
+// Each rule at and beside its limit: frames left after one check.
+TEST(CacheControl, RulesTrimAtTheirLimits) {
+  struct Case {
+    const char* what;
+    uint32_t delayMs;
+    uint64_t referenceMs;
+    bool longClear;
+    int frames;
+    uint64_t stepMs;
+    uint32_t framesPerSecond;
+    uint64_t stampMs;  // of the frame decoded last
+    int left;
+  };
+  const Case cases[] = {
+      {"1.5 s worth at 50/s", 0, 0, false, 75, 1, 50, 0, 12},
+      {"under 1.5 s worth", 0, 0, false, 74, 1, 50, 0, 74},
+      {"1.5 s worth at 25/s", 0, 0, false, 37, 1, 25, 0, 6},
+      {"span over the delay", 300, 0, false, 17, 20, 50, 0, 12},
+      {"span at the delay", 300, 0, false, 16, 20, 50, 0, 16},
+      {"a delay turns the default span off", 3000, 0, false, 41, 50, 50, 0, 41},
+      {"default span 1500 ms", 0, 0, false, 31, 50, 50, 0, 10},
+      {"default span 1470 ms", 0, 0, false, 31, 49, 50, 0, 31},
+      {"a reference turns the default span off", 0, 100000, false, 41, 40, 50, 100000, 41},
+      // 9.0 s to 10.5 s queued, reference 10 s: cleared up to it and one frame more.
+      {"800 ms behind", 0, 10000, false, 16, 100, 50, 9200, 4},
+      {"799 ms behind", 0, 10000, false, 16, 100, 50, 9201, 16},
+      {"nothing decoded yet", 0, 10000, false, 16, 100, 50, 0, 16},
+      {"ahead of the reference", 0, 10000, false, 16, 100, 50, 10100, 16},
+      {"2500 ms behind, long clear", 0, 10000, true, 16, 100, 50, 7500, 4},
+      {"2499 ms behind, long clear", 0, 10000, true, 16, 100, 50, 7501, 16},
+  };
+  CFrameQueue queue;
+  ASSERT_EQ(queue.Init(200, 100000), 1);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    CAudioCacheControl control([] { return 1000u; });
+    control.SetMaxCacheMinSecond(c.delayMs);
+    control.SetReferenceTime(c.referenceMs * 1000);
+    control.SetLongClear(c.longClear);
+    Queue(&queue, c.frames, c.referenceMs == 10000 ? 9000 : 0, c.stepMs);
+    ASSERT_TRUE(control.Check(&queue, c.framesPerSecond, c.stampMs * 1000));
+    EXPECT_EQ(queue.GetFrameNum(), c.left);
+    uint64_t head = 0;
+    ASSERT_EQ(queue.PeekStamp(&head), 1);
+    EXPECT_EQ(head / 1000, (c.referenceMs == 10000 ? 9000 : 0) + (c.frames - c.left) * c.stepMs) << "the newest stay";
   }
-
-  uint32_t now_ = 1000;
-  CAudioCacheControl control_{[this] { return now_; }};
-  CFrameQueue queue_;
-};
-
-TEST_F(CacheControlTest, ChecksAtMostEvery500MsAcrossTheTickWrap) {
-  Queue(1, 0, 20);
-  EXPECT_TRUE(control_.Check(&queue_, 50, 0));
-  now_ += 499;
-  EXPECT_FALSE(control_.Check(&queue_, 50, 0));
-  now_ += 1;
-  EXPECT_TRUE(control_.Check(&queue_, 50, 0));
-  now_ = 0xFFFFFF00u;
-  EXPECT_TRUE(control_.Check(&queue_, 50, 0));
-  now_ += 499;  // wrapped past zero
-  EXPECT_FALSE(control_.Check(&queue_, 50, 0));
-  now_ += 1;
-  EXPECT_TRUE(control_.Check(&queue_, 50, 0));
-}
-
-// 1.5 seconds' worth of frames or more keeps a quarter second's worth, at the decoder's pace.
-TEST_F(CacheControlTest, FrameCountRuleKeepsAQuarterSecond) {
-  Queue(80, 0, 1);
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 12);
-  EXPECT_EQ(HeadStampMs(), 68u) << "the newest stay";
-  Queue(74, 0, 1);
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 74);
-  Queue(37, 0, 1);
-  Check(25);
-  EXPECT_EQ(queue_.GetFrameNum(), 6);
-}
-
-// With an audio delay, a span above it keeps a quarter second; the 1500 ms default is then off.
-TEST_F(CacheControlTest, AudioDelayRuleReplacesTheDefaultSpan) {
-  control_.SetMaxCacheMinSecond(300);
-  Queue(16, 0, 20);  // spans 300 ms
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 16);
-  Queue(17, 0, 20);  // 320 ms
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 12);
-  control_.SetMaxCacheMinSecond(3000);
-  Queue(41, 0, 50);  // 2000 ms: over the default, under the delay
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 41);
-}
-
-// Without delay or reference time, a span of 1500 ms or more keeps 10 frames.
-TEST_F(CacheControlTest, DefaultSpanRuleKeepsTenFrames) {
-  Queue(41, 0, 40);  // 1600 ms
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 10);
-  Queue(31, 0, 50);  // 1500 ms
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 10);
-  Queue(31, 0, 49);  // 1470 ms
-  Check(50);
-  EXPECT_EQ(queue_.GetFrameNum(), 31);
-  control_.SetReferenceTime(100000000);
-  Queue(41, 0, 40);
-  Check(50, 100000);
-  EXPECT_EQ(queue_.GetFrameNum(), 41) << "a reference time turns the span rule off";
-}
-
-// A decoded frame lagging the reference time by 800 ms (2500 ms with long clear) clears the
-// queue up to the reference time (and the first frame after it).
-TEST_F(CacheControlTest, LagBehindTheReferenceClearsUpToIt) {
-  control_.SetReferenceTime(10000 * 1000);
-  Queue(16, 9000, 100);  // 9.0 s to 10.5 s
-  Check(50, 9201);
-  EXPECT_EQ(queue_.GetFrameNum(), 16) << "799 ms behind";
-  Check(50, 0);
-  EXPECT_EQ(queue_.GetFrameNum(), 16) << "no frame decoded yet";
-  Check(50, 10100);
-  EXPECT_EQ(queue_.GetFrameNum(), 16) << "ahead of the reference";
-  Check(50, 9200);
-  EXPECT_EQ(queue_.GetFrameNum(), 4);
-  EXPECT_EQ(HeadStampMs(), 10200u);
-
-  control_.SetLongClear(true);
-  Queue(16, 9000, 100);
-  Check(50, 7501);
-  EXPECT_EQ(queue_.GetFrameNum(), 16) << "2499 ms behind with long clear";
-  Check(50, 7500);
-  EXPECT_EQ(queue_.GetFrameNum(), 4);
 }
 
 // --- the wave-out on the disk driver ---
