@@ -14,13 +14,6 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-// libx265 3.5 keeps a few allocations of every encoder it opens (parameter strings, frame
-// filter buffers) past x265_encoder_close. They are its own, not ours to free; without this a
-// leak-checking build of any program that encodes H.265 here would fail on them.
-extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-  return "leak:libx265.so\n";
-}
-
 namespace zp::samples {
 
 namespace {
