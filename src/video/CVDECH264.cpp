@@ -45,24 +45,15 @@ uint32_t CVDECH264::InitDecoder(uint32_t /*nFlag*/) {
   // Codec registration is automatic in the libavcodec we build on.
   const AVCodec* codec = avcodec_find_decoder(m_bHevc ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264);
   if (codec != nullptr) {
-    m_pContext = avcodec_alloc_context3(codec);
+    m_pContext = NewContext(codec);
     m_pFrame = av_frame_alloc();
     m_pNext = av_frame_alloc();
     m_pPacket = av_packet_alloc();
   }
   if (m_pContext != nullptr && m_pFrame != nullptr && m_pNext != nullptr && m_pPacket != nullptr) {
-#ifdef AV_CODEC_CAP_TRUNCATED
-    if ((codec->capabilities & AV_CODEC_CAP_TRUNCATED) != 0) {
-      m_pContext->flags |= AV_CODEC_FLAG_TRUNCATED;
-    }
-#endif
     if (m_bHevc && m_nDxvaActive == 0) {
       m_pContext->thread_count = 2;
     }
-    m_pContext->opaque = this;
-    // A parameter set may announce any size; pictures above this are refused before their
-    // buffers are made.
-    m_pContext->max_pixels = kMaxPixels;
     if (avcodec_open2(m_pContext, codec, nullptr) == 0) {
       m_bOpened = true;
       m_nInit = 1;
@@ -74,6 +65,23 @@ uint32_t CVDECH264::InitDecoder(uint32_t /*nFlag*/) {
   }
   LogError("%s %d", "CVDECH264::InitDecoder", m_nInit);
   return m_nInit;
+}
+
+AVCodecContext* CVDECH264::NewContext(const AVCodec* codec) {
+  AVCodecContext* ctx = avcodec_alloc_context3(codec);
+  if (ctx == nullptr) {
+    return nullptr;
+  }
+#ifdef AV_CODEC_CAP_TRUNCATED
+  if ((codec->capabilities & AV_CODEC_CAP_TRUNCATED) != 0) {
+    ctx->flags |= AV_CODEC_FLAG_TRUNCATED;
+  }
+#endif
+  ctx->opaque = this;
+  // A parameter set may announce any size; pictures above this are refused before their
+  // buffers are made.
+  ctx->max_pixels = kMaxPixels;
+  return ctx;
 }
 
 int CVDECH264::UnInit() {
@@ -281,14 +289,15 @@ void CVDECH264::InitDxva(int nMode, int nWidth, int nHeight) {
   if (s_bHwSwitchOff.load(std::memory_order_relaxed) || m_pContext == nullptr) {
     return;
   }
-  if (nMode != 0) {
-    m_pContext->coded_width = nWidth;
-    m_pContext->coded_height = nHeight;
-  }
-  m_pContext->thread_count = 1;
   void* hWnd = m_phWnd != nullptr ? *m_phWnd : nullptr;
-  if (!m_pGlue->Init(m_pContext, hWnd)) {
-    m_pGlue->Detach(m_pContext);
+  // A probe (mode 0) runs on the live context, which decodes on in software when it fails. A
+  // start makes the context again: libavcodec takes its hardware device before it opens.
+  const bool started = nMode == 0 ? m_pGlue->Init(m_pContext, hWnd)
+                                  : ReopenForHardware(nWidth, nHeight, hWnd);
+  if (!started) {
+    if (m_pContext != nullptr) {
+      m_pGlue->Detach(m_pContext);
+    }
     if (m_nDxvaFailed == 0) {
       m_nDxvaUnsupported = 1;
     } else {
@@ -305,6 +314,33 @@ void CVDECH264::InitDxva(int nMode, int nWidth, int nHeight) {
   m_pContext->get_format = &CVDECH264::GetFormatThunk;
   SetSize(static_cast<uint32_t>(m_pContext->coded_width),
           static_cast<uint32_t>(m_pContext->coded_height));
+}
+
+// A fresh context of the same codec with the coded size and one thread, bound to the glue
+// before it opens. True when the glue took it; otherwise it is open for software decoding.
+bool CVDECH264::ReopenForHardware(int nWidth, int nHeight, void* hWnd) {
+  const AVCodec* codec = m_pContext->codec;
+  m_pGlue->Detach(m_pContext);
+  avcodec_free_context(&m_pContext);
+  m_pContext = NewContext(codec);
+  if (m_pContext == nullptr) {
+    UnInit();
+    return false;
+  }
+  m_pContext->coded_width = nWidth;
+  m_pContext->coded_height = nHeight;
+  m_pContext->thread_count = 1;
+  const bool hardware = m_pGlue->Init(m_pContext, hWnd);
+  if (hardware) {
+    m_pContext->get_format = &CVDECH264::GetFormatThunk;
+  } else {
+    m_pGlue->Detach(m_pContext);
+  }
+  if (avcodec_open2(m_pContext, codec, nullptr) != 0) {
+    UnInit();
+    return false;
+  }
+  return hardware;
 }
 
 AVPixelFormat CVDECH264::GetFormatThunk(AVCodecContext* ctx, const AVPixelFormat* formats) {

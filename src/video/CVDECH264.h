@@ -57,6 +57,8 @@ class CVDECH264 : public CVDEC {
  private:
   static AVPixelFormat GetFormatThunk(AVCodecContext* ctx, const AVPixelFormat* formats);
 
+  AVCodecContext* NewContext(const AVCodec* codec);
+  bool ReopenForHardware(int nWidth, int nHeight, void* hWnd);
   bool HwEligible() const;
   void InitDxva(int nMode, int nWidth, int nHeight);
   bool ReadParameterSetSize(const uint8_t* pData, uint32_t nLength, int* pWidth, int* pHeight);
