@@ -128,6 +128,10 @@ int CWaveOut::Start() {
 }
 
 bool CWaveOut::OpenDevice(int rate) {
+  if (rate <= 0 || m_nChannels == 0 || m_nChannels > 2) {
+    LogError("%s no device for %d channels at %d Hz", "CWaveOut::Start", m_nChannels, rate);
+    return false;
+  }
   CAutoLock lock(&SdlAudioLock());
   if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) {
     LogError("%s SDL_InitSubSystem failed: %s", "CWaveOut::Start", SDL_GetError());
