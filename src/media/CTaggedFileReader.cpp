@@ -147,6 +147,16 @@ uint64_t CTaggedFileReader::FillFileInfo() {
 
 bool CTaggedFileReader::FindLastVideoStamp(uint64_t blockEnd, uint64_t blockLength, uint64_t* stamp) {
   uint8_t* block = m_Scan.data();
+  if (blockLength < kVideoHeadLength || blockLength > blockEnd) {
+    return false;
+  }
+  // Bytes past the end of the file read as zero and hold no tag, so the walk starts where the
+  // file ends: a head whose index offset points far beyond the file costs no more than the file.
+  const uint64_t lastUseful = m_nFileSize + kVideoHeadLength;
+  if (blockEnd > lastUseful) {
+    blockEnd = lastUseful;
+    blockLength = std::min(blockLength, blockEnd - std::min<uint64_t>(blockEnd, grec::kHeadLength));
+  }
   for (;;) {
     if (blockLength < kVideoHeadLength || blockLength > blockEnd) {
       return false;

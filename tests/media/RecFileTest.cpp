@@ -274,6 +274,16 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   // goes on into the trailer, where it may take entries for frames).
   auto outside = variant("outside.grec", [](auto& b) { WriteU32(&b[68], 0x7FFFFFF0); });
   ASSERT_NE(outside, nullptr);
+  // Its end stamp comes from walking back over the file's own tail, wherever past the end the
+  // offset points: far beyond the file gives what just beyond it gives.
+  auto justPast = variant("past.grec", [](auto& b) { WriteU32(&b[68], static_cast<uint32_t>(b.size())); });
+  ASSERT_NE(justPast, nullptr);
+  FileInfo farInfo;
+  FileInfo nearInfo;
+  outside->GetFileInfo(&farInfo);
+  justPast->GetFileInfo(&nearInfo);
+  EXPECT_EQ(farInfo.u64FileEndPts, nearInfo.u64FileEndPts);
+  EXPECT_EQ(farInfo.nTotalMinSecond, nearInfo.nTotalMinSecond);
   const auto got = mediatest::ReadAll(outside.get());
   ASSERT_GE(got.size(), frames.size());
   for (size_t i = 0; i < frames.size(); ++i) {
