@@ -61,7 +61,8 @@ class CADEC {
   // to the resample rate is made.
   void InitAecResamples();
   // Converts inBytes / 2 samples at in to the resample rate into out (at most outCapacity
-  // bytes); *outBytes holds the byte count of the last converter pass only. Needs a converter.
+  // bytes); *outBytes holds the byte count of the last converter pass only (what of it fit the
+  // output). Does nothing without a converter.
   void SamplerateTransform(int16_t* out, uint32_t* outBytes, const int16_t* in, uint32_t inBytes,
                            uint32_t outCapacity);
 
