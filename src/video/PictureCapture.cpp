@@ -26,32 +26,54 @@ constexpr size_t kJpegBufferBytes = 64 * 1024;
 
 constexpr uint32_t kRowsPerChunk = 16;
 
-inline uint8_t Clip(int v) {
-  v >>= 13;
-  return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v));
-}
+// Saturation by table: a converted value, shifted down, lies within [-512, 768).
+struct ClipTable {
+  static constexpr int kOffset = 512;
+  uint8_t value[1280];
+  ClipTable() {
+    for (int i = 0; i < 1280; ++i) {
+      const int v = i - kOffset;
+      value[i] = static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 : v));
+    }
+  }
+};
+
+const ClipTable g_clip;
+
+inline uint8_t Clip(int v) { return g_clip.value[(v >> 13) + ClipTable::kOffset]; }
 
 // One output row from one luma row and the chroma row it shares with its neighbour; the
 // chroma terms are worked out once for each pair of pixels.
+template <bool kBgr>
 void ConvertRow(const ColorTables& t, const uint8_t* y, const uint8_t* u, const uint8_t* v,
-                uint32_t width, uint8_t* out, bool bgr) {
-  const int ri = bgr ? 2 : 0;
-  const int bi = bgr ? 0 : 2;
+                uint32_t width, uint8_t* out) {
+  constexpr int ri = kBgr ? 2 : 0;
+  constexpr int bi = kBgr ? 0 : 2;
   constexpr int kRound = 1 << 12;
-  for (uint32_t x = 0; x < width; x += 2) {
-    const int cu = u[x >> 1];
-    const int cv = v[x >> 1];
+  const uint32_t pairs = width / 2;
+  for (uint32_t x = 0; x < pairs; ++x) {
+    const int cu = u[x];
+    const int cv = v[x];
     const int red = t.vToRed[cv] + kRound;
     const int green = kRound - t.vToGreen[cv] - t.uToGreen[cu];
     const int blue = t.uToBlue[cu] + kRound;
-    const uint32_t pair = width - x < 2 ? 1 : 2;
-    for (uint32_t i = 0; i < pair; ++i) {
-      const int l = t.luma[y[x + i]];
-      out[ri] = Clip(l + red);
-      out[1] = Clip(l + green);
-      out[bi] = Clip(l + blue);
-      out += 3;
-    }
+    const int l0 = t.luma[y[2 * x]];
+    const int l1 = t.luma[y[2 * x + 1]];
+    out[ri] = Clip(l0 + red);
+    out[1] = Clip(l0 + green);
+    out[bi] = Clip(l0 + blue);
+    out[3 + ri] = Clip(l1 + red);
+    out[4] = Clip(l1 + green);
+    out[3 + bi] = Clip(l1 + blue);
+    out += 6;
+  }
+  if ((width & 1) != 0) {
+    const int cu = u[pairs];
+    const int cv = v[pairs];
+    const int l = t.luma[y[width - 1]] + kRound;
+    out[ri] = Clip(l + t.vToRed[cv]);
+    out[1] = Clip(l - t.vToGreen[cv] - t.uToGreen[cu]);
+    out[bi] = Clip(l + t.uToBlue[cu]);
   }
 }
 
@@ -196,8 +218,14 @@ void ConvertPictureToRgb(const PictureInfo& picture, uint8_t* dst, size_t rowByt
   for (uint32_t row = 0; row < picture.nHeight; ++row) {
     const size_t chromaRow = static_cast<size_t>(row >> 1) * picture.nUVStride;
     uint8_t* out = dst + (bottomUp ? picture.nHeight - 1 - row : row) * rowBytes;
-    ConvertRow(tables, picture.pY + static_cast<size_t>(row) * picture.nYStride,
-               picture.pU + chromaRow, picture.pV + chromaRow, picture.nWidth, out, bgr);
+    const uint8_t* y = picture.pY + static_cast<size_t>(row) * picture.nYStride;
+    if (bgr) {
+      ConvertRow<true>(tables, y, picture.pU + chromaRow, picture.pV + chromaRow, picture.nWidth,
+                       out);
+    } else {
+      ConvertRow<false>(tables, y, picture.pU + chromaRow, picture.pV + chromaRow, picture.nWidth,
+                        out);
+    }
   }
 }
 
@@ -229,9 +257,9 @@ CaptureResult SavePictureBMP(const PictureInfo& picture, const char* path) {
     for (uint32_t i = 0; i < n; ++i) {
       const uint32_t row = picture.nHeight - 1 - (done + i);
       const size_t chromaRow = static_cast<size_t>(row >> 1) * picture.nUVStride;
-      ConvertRow(tables, picture.pY + static_cast<size_t>(row) * picture.nYStride,
-                 picture.pU + chromaRow, picture.pV + chromaRow, picture.nWidth,
-                 chunk.data() + i * rowBytes, true);
+      ConvertRow<true>(tables, picture.pY + static_cast<size_t>(row) * picture.nYStride,
+                       picture.pU + chromaRow, picture.pV + chromaRow, picture.nWidth,
+                       chunk.data() + i * rowBytes);
     }
     ok = std::fwrite(chunk.data(), 1, n * rowBytes, file) == n * rowBytes;
     done += n;
