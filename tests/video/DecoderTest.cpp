@@ -251,7 +251,11 @@ TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
       b = static_cast<uint8_t>(rng());
     }
     // Random bytes announced as a key frame, then truncated units, then an empty frame.
-    dec.DecodeOneFrame(CVDEC::kKeyFrameType, noise.data(), static_cast<uint32_t>(noise.size()), 0);
+    const char* const failed = "CVDECH264::DecodeOneFrame iframe fail data bframe:";
+    const size_t failedBefore = videotest::CountIn(videotest::LogText(), failed);
+    EXPECT_EQ(dec.DecodeOneFrame(CVDEC::kKeyFrameType, noise.data(),
+                                 static_cast<uint32_t>(noise.size()), 0), 0);
+    EXPECT_GT(videotest::CountIn(videotest::LogText(), failed), failedBefore);
     for (size_t i = 0; i < 12; ++i) {
       const auto& f = frames[i];
       dec.DecodeOneFrame(TypeOf(f), f.data.data(), static_cast<uint32_t>(f.data.size() / 3), f.stampUs);

@@ -10,7 +10,6 @@
 
 #include "SampleEncoder.h"
 #include "VideoTestSupport.h"
-#include "interface/log/LogAccess.h"
 #include "platform/Tick.h"
 #include "video/CDraw.h"
 #include "video/CVideoDecodeData.h"
@@ -56,20 +55,6 @@ struct Notifications {
   }
 };
 
-std::string ReadLog() {
-  CLogFile2* log = LogFile(true);
-  std::ifstream in(log->FilePath());
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
-size_t Count(const std::string& text, const std::string& what) {
-  size_t n = 0;
-  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
-    ++n;
-  }
-  return n;
-}
-
 TEST(PictureOutput, HeadlessDrawThrottlesAndReinitialisesOnceOnASizeChange) {
   CDraw draw;
   Notifications n;
@@ -101,7 +86,7 @@ TEST(PictureOutput, HeadlessDrawThrottlesAndReinitialisesOnceOnASizeChange) {
   EXPECT_EQ(data.DrawFrame(&draw), 1);
   EXPECT_EQ(n.decode.load(), 2);
 
-  const size_t changesBefore = Count(ReadLog(), "Resolution Change (320 X 240) (640 X 360)");
+  const size_t changesBefore = videotest::CountIn(videotest::LogText(), "Resolution Change (320 X 240) (640 X 360)");
   HeldPicture big(0, 640, 360);
   data.SetPicture(kPictureHi264, &big.record, 2000);
   platform::SleepMs(20);
@@ -110,7 +95,7 @@ TEST(PictureOutput, HeadlessDrawThrottlesAndReinitialisesOnceOnASizeChange) {
   EXPECT_EQ(data.DrawFrame(&draw), 1);
   EXPECT_EQ(draw.Width(), 640u);
   EXPECT_EQ(draw.Height(), 360u);
-  EXPECT_EQ(Count(ReadLog(), "Resolution Change (320 X 240) (640 X 360)"), changesBefore + 1);
+  EXPECT_EQ(videotest::CountIn(videotest::LogText(), "Resolution Change (320 X 240) (640 X 360)"), changesBefore + 1);
 
   // An abnormal picture is not drawn.
   HeldPicture narrow(0, 100, 600);

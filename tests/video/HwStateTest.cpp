@@ -1,5 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstdarg>
+#include <cstdio>
+
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "SampleEncoder.h"
 #include "VideoTestSupport.h"
 #include "interface/config/Settings.h"
@@ -184,7 +191,11 @@ TEST_F(HwStates, SizeChangeOnAKeyFrameRestartsTheGlueAtTheNewSize) {
   EXPECT_EQ(script.initCalls, 1);
   EXPECT_EQ(Feed(dec.get(), frames[8]), 1);  // same size: no restart
   EXPECT_EQ(script.initCalls, 1);
+  const char* const change =
+      "CVDECH264::DecodeOneFrame dxva2 change! w:352 h:288 --> w:640 h:480";
+  const size_t changesBefore = videotest::CountIn(videotest::LogText(), change);
   EXPECT_EQ(Feed(dec.get(), bigFrames[0]), 1);
+  EXPECT_EQ(videotest::CountIn(videotest::LogText(), change), changesBefore + 1);
   EXPECT_EQ(script.initCalls, 2);
   EXPECT_EQ(script.lastCodedWidth, 640);
   EXPECT_EQ(dec->Width(), 640u);
@@ -194,6 +205,14 @@ TEST_F(HwStates, SizeChangeOnAKeyFrameRestartsTheGlueAtTheNewSize) {
 TEST_F(HwStates, PlatformGlueFallsBackToSoftwareWithoutHardware) {
   // This machine has no hardware decoder (or no window): the real glue must leave a working
   // software decoder behind.
+  static std::string glueMessages;
+  av_log_set_callback([](void*, int level, const char* format, va_list args) {
+    if (level <= AV_LOG_ERROR) {
+      char line[256];
+      std::vsnprintf(line, sizeof(line), format, args);
+      glueMessages += line;
+    }
+  });
   auto dec = std::make_unique<CVDECH264>(false, &window);
   dec->SetHwAllowed(true);
   dec->InitDecoder(0);
@@ -201,10 +220,12 @@ TEST_F(HwStates, PlatformGlueFallsBackToSoftwareWithoutHardware) {
   for (const auto& f : frames) {
     pictures += Feed(dec.get(), f);
   }
+  av_log_set_callback(&av_log_default_callback);
   if (dec->DxvaActive() != 0) {
     GTEST_SKIP() << "hardware decoding is available here";
   }
   EXPECT_EQ(dec->DxvaUnsupported(), 1u);
+  EXPECT_NE(glueMessages.find(hwmsg::kCreateDevice), std::string::npos) << glueMessages;
   EXPECT_EQ(pictures, 24);
 }
 

@@ -24,6 +24,7 @@ extern "C" {
 }
 
 #include "SampleEncoder.h"
+#include "interface/log/LogAccess.h"
 #include "video/PictureInfo.h"
 
 namespace zp::videotest {
@@ -235,6 +236,20 @@ inline JpegImage ReadJpeg(const std::string& path) {
   jpeg_destroy_decompress(&cinfo);
   std::fclose(f);
   return img;
+}
+
+// The library's log file as it stands (shared by every test program writing into the log dir).
+inline std::string LogText() {
+  std::ifstream in(LogFile(true)->FilePath());
+  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+inline size_t CountIn(const std::string& text, const std::string& what) {
+  size_t n = 0;
+  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) {
+    ++n;
+  }
+  return n;
 }
 
 inline std::string TestPath(const std::string& name) {
