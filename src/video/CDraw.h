@@ -50,6 +50,14 @@ class CDraw {
   int GetColorParams(uint32_t* pBrightness, uint32_t* pContrast, uint32_t* pSaturation,
                      uint32_t* pHue);
 
+  // The hardware decoding device and the read-back of a hardware picture (see CDrawModule).
+  static bool InitHwDevice(AVBufferRef** ppDevice, int* pType) {
+    return CDrawModule::InitHwDevice(ppDevice, pType);
+  }
+  bool RetrieveHwData(const AVFrame* pFrame, PictureInfo* pOut) {
+    return m_pDraw->RetrieveHwData(pFrame, pOut);
+  }
+
   CDrawModule* Module() { return m_pDraw; }
 
  private:

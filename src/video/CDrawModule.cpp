@@ -1,5 +1,10 @@
 #include "video/CDrawModule.h"
 
+extern "C" {
+#include <libavutil/frame.h>
+#include <libavutil/hwcontext.h>
+}
+
 #include <SDL2/SDL.h>
 #include <SDL2/SDL_ttf.h>
 
@@ -76,11 +81,89 @@ uint8_t Clamp8(int v) { return static_cast<uint8_t>(v < 0 ? 0 : (v > 255 ? 255 :
 CDrawModule::CDrawModule() = default;
 
 CDrawModule::~CDrawModule() {
+  av_frame_free(&m_pDownload);
   CAutoLock lock(&m_lock);
   for (Osd& osd : m_osd) {
     ClearOsd(&osd);
   }
   DestroyWindowObjects();
+}
+
+bool CDrawModule::InitHwDevice(AVBufferRef** ppDevice, int* pType) {
+#if defined(_WIN32)
+  constexpr AVHWDeviceType kTypes[] = {AV_HWDEVICE_TYPE_DXVA2, AV_HWDEVICE_TYPE_D3D11VA};
+#else
+  constexpr AVHWDeviceType kTypes[] = {AV_HWDEVICE_TYPE_VAAPI, AV_HWDEVICE_TYPE_VDPAU,
+                                       AV_HWDEVICE_TYPE_CUDA};
+#endif
+  for (AVHWDeviceType type : kTypes) {
+    if (av_hwdevice_ctx_create(ppDevice, type, nullptr, nullptr, 0) == 0) {
+      *pType = type;
+      return true;
+    }
+  }
+  return false;
+}
+
+bool CDrawModule::RetrieveHwData(const AVFrame* pFrame, PictureInfo* pOut) {
+  if (pFrame == nullptr || pOut == nullptr) {
+    return false;
+  }
+  const AVFrame* picture = pFrame;
+  if (pFrame->hw_frames_ctx != nullptr) {
+    if (m_pDownload == nullptr && (m_pDownload = av_frame_alloc()) == nullptr) {
+      return false;
+    }
+    if (m_pDownload->buf[0] != nullptr &&
+        (m_pDownload->width != pFrame->width || m_pDownload->height != pFrame->height)) {
+      av_frame_unref(m_pDownload);  // a new size: new buffers; otherwise the old ones are reused
+    }
+    if (av_hwframe_transfer_data(m_pDownload, pFrame, 0) < 0) {
+      return false;
+    }
+    picture = m_pDownload;
+  }
+  if (picture->width <= 0 || picture->height <= 0) {
+    return false;
+  }
+  pOut->nWidth = static_cast<uint32_t>(picture->width);
+  pOut->nHeight = static_cast<uint32_t>(picture->height);
+  pOut->u64Stamp = static_cast<uint64_t>(pFrame->pts);
+  pOut->nKey = pFrame->key_frame != 0 ? 1 : 0;
+  if (picture->format == AV_PIX_FMT_YUV420P || picture->format == AV_PIX_FMT_YUVJ420P) {
+    pOut->pY = picture->data[0];
+    pOut->pU = picture->data[1];
+    pOut->pV = picture->data[2];
+    pOut->nYStride = static_cast<uint32_t>(picture->linesize[0]);
+    pOut->nUVStride = static_cast<uint32_t>(picture->linesize[1]);
+    return true;
+  }
+  if (picture->format != AV_PIX_FMT_NV12) {
+    return false;
+  }
+  const size_t w = pOut->nWidth, h = pOut->nHeight, cw = (w + 1) / 2, ch = (h + 1) / 2;
+  if (m_planar.size() != w * h + 2 * cw * ch) {
+    m_planar.assign(w * h + 2 * cw * ch, 0);
+  }
+  uint8_t* y = m_planar.data();
+  uint8_t* u = y + w * h;
+  uint8_t* v = u + cw * ch;
+  for (size_t row = 0; row < h; ++row) {
+    std::copy_n(picture->data[0] + row * picture->linesize[0], w, y + row * w);
+  }
+  for (size_t row = 0; row < ch; ++row) {
+    const uint8_t* uv = picture->data[1] + row * picture->linesize[1];
+    for (size_t x = 0; x < cw; ++x) {
+      u[row * cw + x] = uv[2 * x];
+      v[row * cw + x] = uv[2 * x + 1];
+    }
+  }
+  pOut->pY = y;
+  pOut->pU = u;
+  pOut->pV = v;
+  pOut->nYStride = static_cast<uint32_t>(w);
+  pOut->nUVStride = static_cast<uint32_t>(cw);
+  return true;
 }
 
 int CDrawModule::SetHwnd(void* hWnd) {

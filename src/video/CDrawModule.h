@@ -4,8 +4,11 @@
 #include <vector>
 
 #include "common/CMutexLock.h"
+#include "video/PictureInfo.h"
 #include "zephplay.h"
 
+struct AVBufferRef;
+struct AVFrame;
 struct SDL_Window;
 struct SDL_Renderer;
 struct SDL_Texture;
@@ -80,6 +83,16 @@ class CDrawModule {
   int GetColorParams(uint32_t* pBrightness, uint32_t* pContrast, uint32_t* pSaturation,
                      uint32_t* pHue);
 
+  // The hardware decoding device: the first of the platform's device types that opens (VAAPI,
+  // VDPAU, CUDA on Linux; DXVA2, D3D11VA on Windows). On success *ppDevice holds a new
+  // reference and *pType the AVHWDeviceType; false when none opens.
+  static bool InitHwDevice(AVBufferRef** ppDevice, int* pType);
+  // Reads a decoded picture back as YUV 4:2:0 planes: a hardware frame is downloaded into a
+  // frame of the module's (reused while the size holds), NV12 is split into planes of the
+  // module's, planar 4:2:0 is described as it is. Valid until the next call or the frame's
+  // release. False for other formats or a failed download. Decode thread only.
+  bool RetrieveHwData(const AVFrame* pFrame, PictureInfo* pOut);
+
   bool IsInitialised() const { return m_bInit; }
   uint32_t Width() const { return m_nWidth; }
   uint32_t Height() const { return m_nHeight; }
@@ -138,6 +151,8 @@ class CDrawModule {
   ZEPHPLAY_POINT m_offStart{}, m_offEnd{};
   uint32_t m_nBrightness = kColorDefault, m_nContrast = kColorDefault;
   uint32_t m_nSaturation = kColorDefault, m_nHue = kColorDefault;
+  AVFrame* m_pDownload = nullptr;   // a hardware picture read back
+  std::vector<uint8_t> m_planar;    // 4:2:0 planes split from a semi-planar picture
   // Colour-adjusted planes, sized at InitDraw: used only while a colour parameter is set.
   std::vector<uint8_t> m_adjusted;
 

@@ -1,7 +1,5 @@
 #include "video/CFFmpegHwGlue.h"
 
-#include <algorithm>
-
 extern "C" {
 #include <libavutil/hwcontext.h>
 }
@@ -11,13 +9,6 @@ extern "C" {
 namespace zp {
 
 namespace {
-
-#if defined(_WIN32)
-constexpr AVHWDeviceType kDeviceTypes[] = {AV_HWDEVICE_TYPE_DXVA2, AV_HWDEVICE_TYPE_D3D11VA};
-#else
-constexpr AVHWDeviceType kDeviceTypes[] = {AV_HWDEVICE_TYPE_VAAPI, AV_HWDEVICE_TYPE_VDPAU,
-                                           AV_HWDEVICE_TYPE_CUDA};
-#endif
 
 bool ProfileSupported(const AVCodecContext* ctx) {
   if (ctx->codec_id != AV_CODEC_ID_H264) {
@@ -39,22 +30,18 @@ bool ProfileSupported(const AVCodecContext* ctx) {
 
 }  // namespace
 
-CFFmpegHwGlue::CFFmpegHwGlue() : m_pDownload(av_frame_alloc()) {}
+CFFmpegHwGlue::CFFmpegHwGlue() = default;
 
-CFFmpegHwGlue::~CFFmpegHwGlue() {
-  av_frame_free(&m_pDownload);
-  av_buffer_unref(&m_pDevice);
-}
+CFFmpegHwGlue::~CFFmpegHwGlue() { av_buffer_unref(&m_pDevice); }
 
 bool CFFmpegHwGlue::OpenDevice(AVCodecContext* ctx) {
   if (m_pDevice != nullptr) {
     return true;
   }
-  for (AVHWDeviceType type : kDeviceTypes) {
-    if (av_hwdevice_ctx_create(&m_pDevice, type, nullptr, nullptr, 0) == 0) {
-      m_deviceType = type;
-      return true;
-    }
+  int type = AV_HWDEVICE_TYPE_NONE;
+  if (CDrawModule::InitHwDevice(&m_pDevice, &type)) {
+    m_deviceType = static_cast<AVHWDeviceType>(type);
+    return true;
   }
   av_log(ctx, AV_LOG_ERROR, hwmsg::kCreateDevice);
   return false;
@@ -119,65 +106,14 @@ int CFFmpegHwGlue::Present(AVCodecContext* ctx, const AVFrame* frame) {
   if (m_hWnd == nullptr || frame == nullptr) {
     return -1;
   }
-  const AVFrame* picture = frame;
-  if (frame->format == m_hwFormat) {
-    if (m_pDownload->buf[0] != nullptr &&
-        (m_pDownload->width != frame->width || m_pDownload->height != frame->height)) {
-      av_frame_unref(m_pDownload);  // new size: new buffers; otherwise the old ones are reused
-    }
-    if (av_hwframe_transfer_data(m_pDownload, frame, 0) < 0) {
-      av_log(ctx, AV_LOG_ERROR, hwmsg::kNoFreeSurface);
-      return -1;
-    }
-    picture = m_pDownload;
-  }
-  if (!ToPlanar(picture, &m_last)) {
+  if (!m_draw.RetrieveHwData(frame, &m_last)) {
+    av_log(ctx, AV_LOG_ERROR, hwmsg::kNoFreeSurface);
+    m_bHasPicture = false;
     return -1;
   }
-  // Only a picture in our own buffers outlives this call (for redraws and captures).
-  m_bHasPicture = picture == m_pDownload;
+  // Only a picture read back into the module's memory outlives this call (redraws, captures).
+  m_bHasPicture = frame->hw_frames_ctx != nullptr;
   return Draw();
-}
-
-bool CFFmpegHwGlue::ToPlanar(const AVFrame* frame, PictureInfo* out) {
-  out->nWidth = static_cast<uint32_t>(frame->width);
-  out->nHeight = static_cast<uint32_t>(frame->height);
-  out->u64Stamp = static_cast<uint64_t>(frame->pts);
-  out->nKey = frame->key_frame != 0 ? 1 : 0;
-  if (frame->format == AV_PIX_FMT_YUV420P || frame->format == AV_PIX_FMT_YUVJ420P) {
-    out->pY = frame->data[0];
-    out->pU = frame->data[1];
-    out->pV = frame->data[2];
-    out->nYStride = static_cast<uint32_t>(frame->linesize[0]);
-    out->nUVStride = static_cast<uint32_t>(frame->linesize[1]);
-    return true;
-  }
-  if (frame->format != AV_PIX_FMT_NV12) {
-    return false;
-  }
-  const size_t w = out->nWidth, h = out->nHeight, cw = (w + 1) / 2, ch = (h + 1) / 2;
-  if (m_planar.size() != w * h + 2 * cw * ch) {
-    m_planar.assign(w * h + 2 * cw * ch, 0);
-  }
-  uint8_t* y = m_planar.data();
-  uint8_t* u = y + w * h;
-  uint8_t* v = u + cw * ch;
-  for (size_t row = 0; row < h; ++row) {
-    std::copy_n(frame->data[0] + row * frame->linesize[0], w, y + row * w);
-  }
-  for (size_t row = 0; row < ch; ++row) {
-    const uint8_t* uv = frame->data[1] + row * frame->linesize[1];
-    for (size_t x = 0; x < cw; ++x) {
-      u[row * cw + x] = uv[2 * x];
-      v[row * cw + x] = uv[2 * x + 1];
-    }
-  }
-  out->pY = y;
-  out->pU = u;
-  out->pV = v;
-  out->nYStride = static_cast<uint32_t>(w);
-  out->nUVStride = static_cast<uint32_t>(cw);
-  return true;
 }
 
 int CFFmpegHwGlue::Draw() {

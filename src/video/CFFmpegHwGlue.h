@@ -1,6 +1,4 @@
 #pragma once
-#include <vector>
-
 #include "video/CDrawModule.h"
 #include "video/IHwAccelGlue.h"
 #include "video/PictureInfo.h"
@@ -8,8 +6,8 @@
 namespace zp {
 
 // The platform glue over FFmpeg hardware acceleration. The device is made on the first Init
-// (the first type that opens) and kept; each picture is downloaded into frames of our own,
-// reused while the size holds, and drawn through a drawing module bound to the window.
+// (the first type that opens) and kept; each picture is read back and drawn through a drawing
+// module bound to the window (both through the module's hardware operations).
 class CFFmpegHwGlue : public IHwAccelGlue {
  public:
   CFFmpegHwGlue();
@@ -30,14 +28,11 @@ class CFFmpegHwGlue : public IHwAccelGlue {
 
  private:
   bool OpenDevice(AVCodecContext* ctx);
-  bool ToPlanar(const AVFrame* frame, PictureInfo* out);
   int Draw();
 
   AVBufferRef* m_pDevice = nullptr;
   AVHWDeviceType m_deviceType = AV_HWDEVICE_TYPE_NONE;
   AVPixelFormat m_hwFormat = AV_PIX_FMT_NONE;
-  AVFrame* m_pDownload = nullptr;
-  std::vector<uint8_t> m_planar;   // 4:2:0 planes made from a semi-planar download
   CDrawModule m_draw;
   void* m_hWnd = nullptr;
   PictureInfo m_last;

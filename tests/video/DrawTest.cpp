@@ -15,6 +15,10 @@
 #include "video/CVideoDecodeData.h"
 #include "video/Hi264Dec.h"
 
+extern "C" {
+#include <libavutil/frame.h>
+}
+
 namespace zp {
 namespace {
 
@@ -139,6 +143,46 @@ TEST(PictureOutput, ParametersAreCheckedAndColourParamsRoundTrip) {
   EXPECT_FALSE(draw.IsInit());
   HeldPicture pic(0, 160, 120);
   EXPECT_EQ(draw.DrawYUV420(pic.record.pY, pic.record.pU, pic.record.pV, 160, 80, 1, 0), -1);
+}
+
+TEST(PictureOutput, ReadBackGivesPlanarPicturesFromSemiPlanarAndPlanarFrames) {
+  constexpr int kW = 162, kH = 100;  // odd chroma width: 81
+  HeldPicture src(4, kW, kH);
+  AVFrame* nv12 = av_frame_alloc();
+  nv12->format = AV_PIX_FMT_NV12;
+  nv12->width = kW;
+  nv12->height = kH;
+  nv12->pts = 1234;
+  ASSERT_EQ(av_frame_get_buffer(nv12, 0), 0);
+  for (int r = 0; r < kH; ++r) {
+    std::memcpy(nv12->data[0] + r * nv12->linesize[0], src.record.pY + r * kW, kW);
+  }
+  for (int r = 0; r < kH / 2; ++r) {
+    for (int x = 0; x < kW / 2; ++x) {
+      nv12->data[1][r * nv12->linesize[1] + 2 * x] = src.record.pU[r * (kW / 2) + x];
+      nv12->data[1][r * nv12->linesize[1] + 2 * x + 1] = src.record.pV[r * (kW / 2) + x];
+    }
+  }
+  CDraw draw;
+  PictureInfo out;
+  ASSERT_TRUE(draw.RetrieveHwData(nv12, &out));
+  EXPECT_EQ(out.u64Stamp, 1234u);
+  EXPECT_TRUE(videotest::PackPicture(out) == videotest::PackPicture(src.Info()));
+
+  AVFrame* planar = av_frame_alloc();
+  planar->format = AV_PIX_FMT_YUV420P;
+  planar->width = kW;
+  planar->height = kH;
+  ASSERT_EQ(av_frame_get_buffer(planar, 0), 0);
+  ASSERT_TRUE(draw.RetrieveHwData(planar, &out));
+  EXPECT_EQ(out.pY, planar->data[0]);  // described in place, not copied
+  EXPECT_EQ(out.pV, planar->data[2]);
+  EXPECT_EQ(out.nUVStride, static_cast<uint32_t>(planar->linesize[1]));
+
+  planar->format = AV_PIX_FMT_RGB24;
+  EXPECT_FALSE(draw.RetrieveHwData(planar, &out));
+  av_frame_free(&planar);
+  av_frame_free(&nv12);
 }
 
 // The test program plays a host that uses SDL itself: it holds SDL's video subsystem and GL
