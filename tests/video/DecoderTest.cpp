@@ -211,15 +211,6 @@ TEST(HisiDecoders, Hi264DrainsEveryPictureOfReorderedStreams) {
 }
 
 TEST(HisiDecoders, MacroblockLimitsFollowThePictureClass) {
-  uint32_t w = 0, h = 0;
-  CVDECHis::LimitsFor(6, &w, &h);
-  EXPECT_EQ(w * 16, 2048u);
-  EXPECT_EQ(h * 16, 1152u);
-  CVDECHis::LimitsFor(5, &w, &h);
-  EXPECT_EQ(std::make_pair(w, h), std::make_pair(88u, 52u));
-  CVDECHis::LimitsFor(4, &w, &h);
-  EXPECT_EQ(std::make_pair(w, h), std::make_pair(48u, 40u));
-
   // 1280x720 exceeds the D1 limit (768 x 640) and fits the 720P one.
   const auto frames = Encode(VideoCodec::H264, 1280, 720, 3, false);
   CVDECHis small;
