@@ -248,6 +248,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileHead(uint8_t* buffer, uint32_
  *  - colour parameters: brightness, contrast, saturation and hue, each 0..100 with 50 neutral
  *    (default): brightness shifts by up to +-128 luma steps, contrast and saturation scale by
  *    0..2, hue turns the colours by -180..180 degrees; other values give -1;
+ *  - the window with extras: a background colour around the picture (default black) and
+ *    whether the picture keeps its aspect ratio inside the play rectangle (default: it fills it);
  *  - adjusting to the window: its size is read again before the next picture.
  * Drawing happens at most once every 16 ms; pictures whose width or height is below 100 are
  * never drawn nor captured.
