@@ -33,7 +33,6 @@ bool AcquireVideo() {
       // A host that initialises SDL itself chooses its own signal handling.
       SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1");
     }
-    SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, "1");
     if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
       LogError("%s SDL video: %s", "CDrawModule::AcquireVideo", SDL_GetError());
       return false;
@@ -48,6 +47,24 @@ void ReleaseVideo() {
   if (g_nVideoUsers > 0 && --g_nVideoUsers == 0) {
     SDL_QuitSubSystem(SDL_INIT_VIDEO);
   }
+}
+
+// The caller's window as an SDL window: with OpenGL where the system has it (a renderer that
+// converts and scales on the graphics card), else for SDL's software renderer. The hint that
+// asks for OpenGL is process-wide, so the host's own value is put back at once.
+SDL_Window* WindowFromForeign(void* hWnd) {
+  std::lock_guard<std::mutex> guard(g_sdlMutex);
+  const char* current = SDL_GetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL);
+  const bool hostSet = current != nullptr;
+  const std::string hostValue = hostSet ? current : "";
+  SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, "1");
+  SDL_Window* window = SDL_CreateWindowFrom(hWnd);
+  if (window == nullptr) {
+    SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, "0");
+    window = SDL_CreateWindowFrom(hWnd);
+  }
+  SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, hostSet ? hostValue.c_str() : nullptr);
+  return window;
 }
 
 // FreeType is not safe for concurrent use, so every font call runs under the SDL mutex.
@@ -382,7 +399,7 @@ bool CDrawModule::EnsureWindow() {
       return false;
     }
     m_bSdlHeld = true;
-    m_pWindow = SDL_CreateWindowFrom(m_hWnd);
+    m_pWindow = WindowFromForeign(m_hWnd);
     if (m_pWindow == nullptr) {
       LogError("%s SDL_CreateWindowFrom: %s", "CDrawModule::EnsureWindow", SDL_GetError());
       DestroyWindowObjects();
