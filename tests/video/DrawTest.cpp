@@ -330,3 +330,28 @@ TEST_F(WindowDraw, PlayRectangleAndColourParameters) {
 
 }  // namespace
 }  // namespace zp
+
+namespace zp {
+namespace {
+
+TEST_F(WindowDraw, TheHostsOwnSdlIsLeftAsItWas) {
+  SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, "0");
+  {
+    CDraw other;
+    ASSERT_EQ(other.SetHwnd(window->Handle()), 0);
+    ASSERT_EQ(other.InitDraw(kW, kH), 0);
+    const HeldPicture pic(1, kW, kH);
+    ASSERT_EQ(other.DrawYUV420(pic.record.pY, pic.record.pU, pic.record.pV, kW, kW / 2, 1, 0), 0);
+    EXPECT_TRUE(other.Module()->HasRenderer());
+  }
+  // The module's own reference is gone; the host's video subsystem and its hint are not.
+  EXPECT_NE(SDL_WasInit(SDL_INIT_VIDEO), 0u);
+  ASSERT_NE(SDL_GetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL), nullptr);
+  EXPECT_STREQ(SDL_GetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL), "0");
+  SDL_Window* own = SDL_CreateWindow("host", 0, 0, 64, 64, SDL_WINDOW_HIDDEN);
+  EXPECT_NE(own, nullptr) << SDL_GetError();
+  SDL_DestroyWindow(own);
+}
+
+}  // namespace
+}  // namespace zp
