@@ -2,9 +2,7 @@
 // A bare libavcodec audio decoder and encoder: the outside judges of our audio decoders.
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <string>
 #include <vector>
 
 extern "C" {
@@ -97,24 +95,17 @@ class AvAudioDecoder {
     channels_ = ch;
     rate_ = frame_->sample_rate;
     const auto fmt = static_cast<AVSampleFormat>(frame_->format);
+    const AVSampleFormat packed = av_get_packed_sample_fmt(fmt);
+    if (packed != AV_SAMPLE_FMT_S16 && packed != AV_SAMPLE_FMT_FLT) {
+      return;
+    }
+    const bool planar = av_sample_fmt_is_planar(fmt) != 0;
     for (int s = 0; s < frame_->nb_samples; ++s) {
       for (int c = 0; c < ch; ++c) {
-        switch (fmt) {
-          case AV_SAMPLE_FMT_S16:
-            out->push_back(reinterpret_cast<const int16_t*>(frame_->data[0])[s * ch + c]);
-            break;
-          case AV_SAMPLE_FMT_S16P:
-            out->push_back(reinterpret_cast<const int16_t*>(frame_->data[c])[s]);
-            break;
-          case AV_SAMPLE_FMT_FLT:
-            out->push_back(FromFloat(reinterpret_cast<const float*>(frame_->data[0])[s * ch + c]));
-            break;
-          case AV_SAMPLE_FMT_FLTP:
-            out->push_back(FromFloat(reinterpret_cast<const float*>(frame_->data[c])[s]));
-            break;
-          default:
-            break;
-        }
+        const uint8_t* plane = frame_->data[planar ? c : 0];
+        const int i = planar ? s : s * ch + c;
+        out->push_back(packed == AV_SAMPLE_FMT_S16 ? reinterpret_cast<const int16_t*>(plane)[i]
+                                                   : FromFloat(reinterpret_cast<const float*>(plane)[i]));
       }
     }
   }
@@ -126,7 +117,8 @@ class AvAudioDecoder {
   int rate_ = 0;
 };
 
-// Encodes 16-bit mono or stereo sound into packets (the encoder's own frame size).
+// Encodes 16-bit sound into packets with an encoder that takes float samples (the encoder's
+// own frame size).
 inline std::vector<std::vector<uint8_t>> AvEncode(const char* name, const std::vector<int16_t>& pcm, int rate,
                                                   int channels, int64_t bitRate) {
   std::vector<std::vector<uint8_t>> packets;
@@ -139,21 +131,21 @@ inline std::vector<std::vector<uint8_t>> AvEncode(const char* name, const std::v
   av_channel_layout_default(&ctx->ch_layout, channels);
   ctx->bit_rate = bitRate;
   ctx->sample_fmt = codec->sample_fmts[0];
-  if (avcodec_open2(ctx, codec, nullptr) < 0) {
+  if (av_get_packed_sample_fmt(ctx->sample_fmt) != AV_SAMPLE_FMT_FLT || avcodec_open2(ctx, codec, nullptr) < 0) {
     avcodec_free_context(&ctx);
     return packets;
   }
   AVFrame* frame = av_frame_alloc();
   AVPacket* packet = av_packet_alloc();
+  const bool planar = av_sample_fmt_is_planar(ctx->sample_fmt) != 0;
   const int frameSize = ctx->frame_size > 0 ? ctx->frame_size : 1024;
-  const size_t total = pcm.size() / channels;
   auto drain = [&]() {
     while (avcodec_receive_packet(ctx, packet) == 0) {
       packets.emplace_back(packet->data, packet->data + packet->size);
       av_packet_unref(packet);
     }
   };
-  for (size_t pos = 0; pos + frameSize <= total; pos += frameSize) {
+  for (size_t pos = 0; pos + frameSize <= pcm.size() / channels; pos += frameSize) {
     frame->format = ctx->sample_fmt;
     frame->nb_samples = frameSize;
     av_channel_layout_copy(&frame->ch_layout, &ctx->ch_layout);
@@ -161,18 +153,8 @@ inline std::vector<std::vector<uint8_t>> AvEncode(const char* name, const std::v
     av_frame_get_buffer(frame, 0);
     for (int s = 0; s < frameSize; ++s) {
       for (int c = 0; c < channels; ++c) {
-        const int16_t v = pcm[(pos + s) * channels + c];
-        switch (ctx->sample_fmt) {
-          case AV_SAMPLE_FMT_FLTP:
-            reinterpret_cast<float*>(frame->data[c])[s] = v / 32768.0f;
-            break;
-          case AV_SAMPLE_FMT_FLT:
-            reinterpret_cast<float*>(frame->data[0])[s * channels + c] = v / 32768.0f;
-            break;
-          default:
-            reinterpret_cast<int16_t*>(frame->data[0])[s * channels + c] = v;
-            break;
-        }
+        reinterpret_cast<float*>(frame->data[planar ? c : 0])[planar ? s : s * channels + c] =
+            pcm[(pos + s) * channels + c] / 32768.0f;
       }
     }
     frame->pts = static_cast<int64_t>(pos);
@@ -201,21 +183,6 @@ inline double SnrDb(const int16_t* reference, const int16_t* test, size_t n) {
     return 200.0;
   }
   return 10.0 * std::log10(signal / noise);
-}
-
-// 16-bit little-endian words of a file (empty when it cannot be read).
-inline std::vector<int16_t> ReadWords(const std::string& path) {
-  std::vector<int16_t> words;
-  FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    return words;
-  }
-  uint8_t pair[2];
-  while (std::fread(pair, 1, 2, file) == 2) {
-    words.push_back(static_cast<int16_t>(pair[0] | (pair[1] << 8)));
-  }
-  std::fclose(file);
-  return words;
 }
 
 }  // namespace zp::test

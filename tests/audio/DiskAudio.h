@@ -6,7 +6,6 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,6 +14,17 @@
 #include <vector>
 
 namespace zp::test {
+
+// 16-bit little-endian words of a file (empty when it cannot be read).
+inline std::vector<int16_t> ReadWords(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  const std::vector<uint8_t> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::vector<int16_t> words(bytes.size() / 2);
+  for (size_t i = 0; i < words.size(); ++i) {
+    words[i] = static_cast<int16_t>(bytes[2 * i] | (bytes[2 * i + 1] << 8));
+  }
+  return words;
+}
 
 class DiskAudio {
  public:
@@ -56,15 +66,7 @@ class DiskAudio {
     return {};
   }
 
-  std::vector<int16_t> Samples() const {
-    std::ifstream in(path_, std::ios::binary);
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    std::vector<int16_t> samples(bytes.size() / 2);
-    if (!samples.empty()) {
-      std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
-    }
-    return samples;
-  }
+  std::vector<int16_t> Samples() const { return ReadWords(path_); }
 
  private:
   static inline int counter_ = 0;
