@@ -1,20 +1,13 @@
 // The decoder family's factory, the G.711, voice-engine and PCM decoders against outside coders,
-// and what each decoder does with input that is wrong.
+// and what they do with units that are wrong (random input is left to the fuzzers).
 #include <gtest/gtest.h>
 
-#include <random>
 #include <vector>
 
 #include "AvAudio.h"
 #include "CadecSupport.h"
 #include "SampleEncoder.h"
 #include "VoiceTestSupport.h"
-#include "audio/CADECArm.h"
-#include "audio/CADECFaad.h"
-#include "audio/CADECG711.h"
-#include "audio/CADECHis.h"
-#include "audio/CADECNelly.h"
-#include "audio/CADECPcm.h"
 
 namespace zp::test {
 namespace {
@@ -22,30 +15,13 @@ namespace {
 using samples::AudioCodec;
 using samples::AudioParams;
 
-enum class Kind { His, Faad, Arm, G711, Nelly, Pcm };
-
-bool IsKind(CADEC* d, Kind kind) {
-  switch (kind) {
-    case Kind::His:
-      return dynamic_cast<CADECHis*>(d) != nullptr;
-    case Kind::Faad:
-      return dynamic_cast<CADECFaad*>(d) != nullptr;
-    case Kind::Arm:
-      return dynamic_cast<CADECArm*>(d) != nullptr;
-    case Kind::G711:
-      return dynamic_cast<CADECG711*>(d) != nullptr;
-    case Kind::Nelly:
-      return dynamic_cast<CADECNelly*>(d) != nullptr;
-    case Kind::Pcm:
-      return dynamic_cast<CADECPcm*>(d) != nullptr;
-  }
-  return false;
-}
-
-TEST(CadecFactory, CoderTypesGiveTheirDecoderFormatAndPacing) {
+// The decoder each coder type gets shows in its format, pacing and output size; the decoding
+// itself is checked per family below and against libavcodec elsewhere. Types the factory does
+// not know get a decoder that never starts and plays nothing.
+TEST(CadecFactory, CoderTypesGiveTheirFormatAndPacing) {
   struct Row {
     uint32_t coder;
-    Kind kind;
+    bool his;
     uint16_t channels;
     uint32_t rate;
     uint32_t perSecond;
@@ -53,21 +29,21 @@ TEST(CadecFactory, CoderTypesGiveTheirDecoderFormatAndPacing) {
     int outSize;
   };
   const Row rows[] = {
-      {0, Kind::His, 1, 8000, 50, 20, 1280},     {11, Kind::His, 1, 8000, 50, 20, 1280},
-      {12, Kind::Faad, 2, 8000, 8, 128, 8192},   {13, Kind::Faad, 2, 16000, 16, 64, 8192},
-      {14, Kind::Arm, 1, 8000, 50, 20, 1280},    {15, Kind::Faad, 2, 24000, 24, 42, 8192},
-      {16, Kind::His, 1, 8000, 50, 20, 1280},    {17, Kind::G711, 1, 8000, 50, 20, 1920},
-      {18, Kind::G711, 1, 8000, 50, 20, 1920},   {19, Kind::Nelly, 1, 8000, 50, 20, 2048},
-      {20, Kind::Pcm, 1, 8000, 50, 20, 5120},    {21, Kind::Pcm, 1, 16000, 50, 20, 5120},
-      {22, Kind::Faad, 2, 32000, 32, 32, 8192},  {23, Kind::Faad, 2, 40000, 40, 25, 8192},
-      {24, Kind::Faad, 2, 44100, 44, 23, 8192},  {25, Kind::Faad, 2, 48000, 48, 21, 8192},
-      {26, Kind::His, 1, 8000, 50, 20, 1280},    {0xFFFFFFFF, Kind::His, 1, 8000, 50, 20, 1280},
+      {0, true, 1, 8000, 50, 20, 1280},       {11, true, 1, 8000, 50, 20, 1280},
+      {12, false, 2, 8000, 8, 128, 8192},     {13, false, 2, 16000, 16, 64, 8192},
+      {14, false, 1, 8000, 50, 20, 1280},     {15, false, 2, 24000, 24, 42, 8192},
+      {16, true, 1, 8000, 50, 20, 1280},      {17, false, 1, 8000, 50, 20, 1920},
+      {18, false, 1, 8000, 50, 20, 1920},     {19, false, 1, 8000, 50, 20, 2048},
+      {20, false, 1, 8000, 50, 20, 5120},     {21, false, 1, 16000, 50, 20, 5120},
+      {22, false, 2, 32000, 32, 32, 8192},    {23, false, 2, 40000, 40, 25, 8192},
+      {24, false, 2, 44100, 44, 23, 8192},    {25, false, 2, 48000, 48, 21, 8192},
+      {26, true, 1, 8000, 50, 20, 1280},      {27, true, 1, 8000, 50, 20, 1280},
+      {100, true, 1, 8000, 50, 20, 1280},     {0xFFFFFFFF, true, 1, 8000, 50, 20, 1280},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.coder);
     DecoderPtr d(CADEC::S_InitAudioDecoder(row.coder, 7));
     ASSERT_NE(d, nullptr);
-    EXPECT_TRUE(IsKind(d.get(), row.kind));
     EXPECT_EQ(d->CoderType(), row.coder);
     const WaveFormat& f = d->GetWaveFormat();
     EXPECT_EQ(f.wFormatTag, 1);
@@ -79,19 +55,14 @@ TEST(CadecFactory, CoderTypesGiveTheirDecoderFormatAndPacing) {
     EXPECT_EQ(d->FramePreSecond(), row.perSecond);
     EXPECT_EQ(d->FrameMs(), row.frameMs);
     EXPECT_EQ(d->GetOutSize(), row.outSize);
-    EXPECT_EQ(d->IsHisFrame(), row.kind == Kind::His);
+    EXPECT_EQ(d->IsHisFrame(), row.his);
     EXPECT_FALSE(d->ResampleEnabled());
     EXPECT_EQ(d->GetPcmCallback(), nullptr);
-  }
-}
-
-TEST(CadecFactory, UnknownCoderTypesMakeADecoderThatNeverStarts) {
-  for (uint32_t coder : {26u, 27u, 100u, 0xFFFFFFFFu}) {
-    DecoderPtr d(CADEC::S_InitAudioDecoder(coder, 0));
-    ASSERT_NE(d, nullptr);
-    EXPECT_EQ(d->InitDecoder(1), 0) << coder;
-    const std::vector<uint8_t> unit = MakeUnit(std::vector<uint8_t>(160, 0xD5));
-    EXPECT_TRUE(DecodeUnit(d.get(), unit).empty());
+    const bool known = row.coder <= 25;
+    EXPECT_EQ(d->InitDecoder(1) != 0, known);
+    if (!known) {
+      EXPECT_TRUE(DecodeUnit(d.get(), MakeUnit(std::vector<uint8_t>(160, 0xD5))).empty());
+    }
   }
 }
 
@@ -225,38 +196,6 @@ TEST(CadecPcm, CopiesLittleEndianSamplesAtTheCoderRate) {
   EXPECT_EQ(DecodeUnit(d.get(), frames[1].data.data(), 7).size(), 3u);
   EXPECT_EQ(DecodeUnit(d.get(), std::vector<uint8_t>(5120, 1)).size(), 2560u);
   EXPECT_TRUE(DecodeUnit(d.get(), std::vector<uint8_t>(5121, 1)).empty());
-}
-
-TEST(CadecBadInput, RandomBytesIntoEveryDecoderStayInsideTheOutput) {
-  // libavcodec's G.726 decoder says so for every unit that does not hold whole codes.
-  const int avLevel = av_log_get_level();
-  av_log_set_level(AV_LOG_QUIET);
-  std::mt19937 rng(20261123);
-  for (uint32_t coder = 0; coder <= 26; ++coder) {
-    SCOPED_TRACE(coder);
-    DecoderPtr d(CADEC::S_InitAudioDecoder(coder, 0));
-    ASSERT_NE(d, nullptr);
-    d->InitDecoder(1);
-    std::vector<uint8_t> first(64);
-    for (auto& b : first) {
-      b = static_cast<uint8_t>(rng());
-    }
-    d->InputFirstAudioData(first.data(), static_cast<uint32_t>(first.size()));
-    for (int round = 0; round < 300; ++round) {
-      std::vector<uint8_t> data(rng() % 1400);
-      for (auto& b : data) {
-        b = static_cast<uint8_t>(rng());
-      }
-      // Some look like the start of a unit of their family, so decoding goes deeper.
-      if (data.size() >= 7 && round % 3 == 0) {
-        data[0] = d->IsHisFrame() ? 0x00 : 0xFF;
-        data[1] = d->IsHisFrame() ? 0x01 : 0xF1;
-      }
-      const auto pcm = DecodeUnit(d.get(), data);
-      EXPECT_LE(pcm.size() * 2, static_cast<size_t>(d->GetOutSize()));
-    }
-  }
-  av_log_set_level(avLevel);
 }
 
 }  // namespace
