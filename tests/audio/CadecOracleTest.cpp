@@ -69,51 +69,49 @@ std::vector<int16_t> DecodeAacFrames(CADEC* decoder, const std::vector<EncodedFr
   return pcm;
 }
 
-TEST(CadecAac, StereoAt48kMatchesLibavcodecAbove50dB) {
-  const auto frames = MakeAac(48000, 2, 40);
-  ASSERT_EQ(frames.size(), 40u);
-  DecoderPtr decoder = MakeDecoder(25);
-  ASSERT_NE(decoder, nullptr);
-  // A stereo header re-initialises as well: the format comes from the stream from now on.
-  EXPECT_TRUE(decoder->InputFirstAudioData(frames[0].data.data(), static_cast<uint32_t>(frames[0].data.size())));
-  EXPECT_EQ(decoder->GetWaveFormat().nChannels, 2);
-  EXPECT_EQ(decoder->GetWaveFormat().nSamplesPerSec, 48000u);
+// The first payload's header re-initialises the decoder once, as stereo at the stream's rate
+// whatever the coder type said; mono is played as two equal channels. libfaad2 holds back the
+// first frame (nothing but the transform's warm-up) and libavcodec outputs it; aligned, the two
+// agree to about 65 dB here.
+TEST(CadecAac, HeaderReinitialisesOnceAndTheSoundMatchesLibavcodecAbove50dB) {
+  const struct {
+    uint32_t coder;
+    int rate;
+    int channels;
+    int frames;
+    uint32_t perSecond;
+    uint32_t frameMs;
+  } kCases[] = {{25, 48000, 2, 40, 48, 21}, {12, 44100, 1, 30, 44, 23}};
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.coder);
+    const auto frames = MakeAac(c.rate, c.channels, c.frames);
+    ASSERT_EQ(frames.size(), static_cast<size_t>(c.frames));
+    DecoderPtr decoder = MakeDecoder(c.coder);
+    ASSERT_NE(decoder, nullptr);
+    const auto& first = frames[0].data;
+    EXPECT_TRUE(decoder->InputFirstAudioData(first.data(), static_cast<uint32_t>(first.size())));
+    const WaveFormat& format = decoder->GetWaveFormat();
+    EXPECT_EQ(format.nChannels, 2);
+    EXPECT_EQ(format.nSamplesPerSec, static_cast<uint32_t>(c.rate));
+    EXPECT_EQ(format.nBlockAlign, 4);
+    EXPECT_EQ(format.nAvgBytesPerSec, static_cast<uint32_t>(c.rate) * 4);
+    EXPECT_EQ(decoder->FramePreSecond(), c.perSecond);
+    EXPECT_EQ(decoder->FrameMs(), c.frameMs);
+    EXPECT_FALSE(decoder->InputFirstAudioData(first.data(), static_cast<uint32_t>(first.size())))
+        << "only the first payload is examined";
 
-  const std::vector<int16_t> ours = DecodeAacFrames(decoder.get(), frames, 2048);
-  const auto reference = DecodeAllWithAv("aac", Payloads(frames), {48000, 2});
-  ASSERT_EQ(reference.size(), ours.size() + 2048);
-  // libfaad2 holds back the first frame (nothing but the transform's warm-up); libavcodec
-  // outputs it. Aligned, the two agree to about 65 dB here.
-  EXPECT_GE(SnrDb(reference.data() + 2048, ours.data(), ours.size()), 50.0);
-}
-
-TEST(CadecAac, MonoHeaderReinitialisesOnceAsStereoAtTheStreamRate) {
-  const auto frames = MakeAac(44100, 1, 30);
-  ASSERT_EQ(frames.size(), 30u);
-  DecoderPtr decoder = MakeDecoder(12);  // the coder type says 8 kHz; the stream says otherwise
-  ASSERT_NE(decoder, nullptr);
-  EXPECT_EQ(decoder->GetWaveFormat().nSamplesPerSec, 8000u);
-  EXPECT_EQ(decoder->FrameMs(), 128u);
-
-  const auto& first = frames[0].data;
-  EXPECT_TRUE(decoder->InputFirstAudioData(first.data(), static_cast<uint32_t>(first.size())));
-  const WaveFormat& format = decoder->GetWaveFormat();
-  EXPECT_EQ(format.nChannels, 2);
-  EXPECT_EQ(format.nSamplesPerSec, 44100u);
-  EXPECT_EQ(format.nBlockAlign, 4);
-  EXPECT_EQ(format.nAvgBytesPerSec, 44100u * 4);
-  EXPECT_EQ(decoder->FramePreSecond(), 44u);
-  EXPECT_EQ(decoder->FrameMs(), 23u);
-  // Only the first payload is examined.
-  EXPECT_FALSE(decoder->InputFirstAudioData(first.data(), static_cast<uint32_t>(first.size())));
-
-  // Mono is played as two equal channels.
-  const std::vector<int16_t> ours = DecodeAacFrames(decoder.get(), frames, 2048);
-  EXPECT_EQ(Channel(ours, 0), Channel(ours, 1));
-  const auto reference = DecodeAllWithAv("aac", Payloads(frames), {44100, 1});
-  const auto left = Channel(ours, 0);
-  ASSERT_EQ(reference.size(), left.size() + 1024);
-  EXPECT_GE(SnrDb(reference.data() + 1024, left.data(), left.size()), 50.0);
+    const std::vector<int16_t> ours = DecodeAacFrames(decoder.get(), frames, 2048);
+    const auto reference = DecodeAllWithAv("aac", Payloads(frames), {c.rate, c.channels});
+    ASSERT_EQ(reference.size(), (ours.size() / 2 + 1024) * c.channels);
+    for (int channel = 0; channel < 2; ++channel) {
+      const auto theirs = c.channels == 1 ? reference : Channel(reference, channel);
+      const auto mine = Channel(ours, channel);
+      EXPECT_GE(SnrDb(theirs.data() + 1024, mine.data(), mine.size()), 50.0) << "channel " << channel;
+    }
+    if (c.channels == 1) {
+      EXPECT_EQ(Channel(ours, 0), Channel(ours, 1));
+    }
+  }
 }
 
 TEST(CadecAac, FirstDataThatIsNoHeaderIsNotLookedAtAgain) {
@@ -182,49 +180,31 @@ std::vector<int16_t> Voice(int samples) {
   return pcm;
 }
 
-TEST(CadecAmr, MatchesLibavcodecAmrnbInEveryMode) {
-  const std::vector<int16_t> input = Voice(160 * 100);
-  for (int32_t mode = 0; mode <= 7; ++mode) {
-    void* encoder = nullptr;
-    ASSERT_EQ(amr::EncodeInit(&encoder, 0), 0);
-    std::vector<std::vector<uint8_t>> units;
-    for (size_t at = 0; at + 160 <= input.size(); at += 160) {
-      uint8_t frame[amr::kMaxFrameBytes];
-      const int32_t bytes = amr::EncodeFrame(encoder, input.data() + at, frame, mode);
-      ASSERT_GT(bytes, 0);
-      units.emplace_back(frame, frame + bytes);
-    }
-    amr::EncodeExit(encoder);
-
-    DecoderPtr decoder = MakeDecoder(14);
-    ASSERT_NE(decoder, nullptr);
-    std::vector<int16_t> ours;
-    for (const auto& unit : units) {
-      const auto pcm = DecodeUnit(decoder.get(), unit);
-      ASSERT_EQ(pcm.size(), 160u);
-      ours.insert(ours.end(), pcm.begin(), pcm.end());
-    }
-    const auto reference = DecodeAllWithAv("amrnb", units, {8000, 1});
-    ASSERT_EQ(reference.size(), ours.size()) << "mode " << mode;
-    // Two implementations of one codec, fixed point against floating point, do not agree
-    // sample for sample: measured here 25 to 27 dB in modes 0 to 6 and 15 dB at 12.2 kbit/s,
-    // where libavcodec's output is about 1 dB quieter. Wrong bits or a shifted frame land
-    // near 0 dB.
-    EXPECT_GE(SnrDb(reference.data(), ours.data(), ours.size()), mode == 7 ? 12.0 : 22.0) << "mode " << mode;
-  }
-  EXPECT_EQ(input, Voice(160 * 100)) << "the encoder leaves its input alone";
-}
-
-TEST(CadecAmr, ShortOrUnknownFramesPlayAsSilence) {
+// The codec itself is judged by libavcodec through the AMR_ exports; here the decoder around it
+// plays a whole frame as the codec decodes it, and one it cannot take as silence.
+TEST(CadecAmr, PlaysFramesAsTheCodecAndBadOnesAsSilence) {
+  const std::vector<int16_t> input = Voice(160 * 4);
+  void* encoder = nullptr;
+  void* reference = nullptr;
+  ASSERT_EQ(amr::EncodeInit(&encoder, 0), 0);
+  ASSERT_EQ(amr::DecodeInit(&reference), 0);
   DecoderPtr decoder = MakeDecoder(14);
   ASSERT_NE(decoder, nullptr);
+  for (int at = 0; at < 160 * 4; at += 160) {
+    uint8_t frame[amr::kMaxFrameBytes];
+    const int32_t bytes = amr::EncodeFrame(encoder, input.data() + at, frame, at / 160 * 2 + 1);
+    ASSERT_GT(bytes, 0);
+    std::vector<int16_t> expected(160);
+    ASSERT_EQ(amr::DecodeFrame(reference, frame, bytes, expected.data(), 0), bytes);
+    EXPECT_EQ(DecodeUnit(decoder.get(), frame, static_cast<size_t>(bytes)), expected) << "frame at " << at;
+  }
+  amr::EncodeExit(encoder);
+  amr::DecodeExit(reference);
   const uint8_t shortFrame[5] = {0x3C, 1, 2, 3, 4};        // mode 7 needs 32 bytes
   const uint8_t reserved[32] = {0x50, 0x11, 0x22, 0x33};   // type 10 is not sent
   for (const auto& unit : {std::vector<uint8_t>(shortFrame, shortFrame + 5),
                            std::vector<uint8_t>(reserved, reserved + 32), std::vector<uint8_t>{}}) {
-    const auto pcm = DecodeUnit(decoder.get(), unit);
-    ASSERT_EQ(pcm.size(), 160u);
-    EXPECT_EQ(pcm, std::vector<int16_t>(160, 0));
+    EXPECT_EQ(DecodeUnit(decoder.get(), unit), std::vector<int16_t>(160, 0));
   }
 }
 
