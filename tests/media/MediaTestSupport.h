@@ -1,24 +1,25 @@
 #pragma once
-// Shared helpers of the media tests: synthetic frames, whole-file reads, and a GREC layout reader
-// written apart from the library's readers.
+// Shared helpers of the media tests: synthetic frames, recordings written through the sample
+// maker, whole-file reads.
+#include <gtest/gtest.h>
+
 #include <cstdint>
-#include <cstring>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "GrecWriter.h"
+#include "StreamWriter.h"
+#include "interface/TempDir.h"
 #include "media/CRecFile.h"
 #include "media/FrameFormat.h"
 
 namespace mediatest {
 
-struct Frame {
-  uint32_t tag = 0;
-  std::vector<uint8_t> data;
-  uint64_t stamp = 0;
-};
+using Frame = zp::samples::TaggedFrame;
 
 inline std::vector<uint8_t> RandomBytes(std::mt19937& rng, size_t n) {
   std::vector<uint8_t> out(n);
@@ -43,24 +44,32 @@ inline std::vector<Frame> MakeFrames(uint32_t seed, int videoFrames, int gop, bo
   return frames;
 }
 
+// Frames in stream form (no padding), back to back.
+inline std::vector<uint8_t> StreamBytes(const std::vector<Frame>& frames) {
+  std::vector<uint8_t> out;
+  for (const Frame& f : frames) {
+    zp::samples::AppendFrame(f, &out);
+  }
+  return out;
+}
+
 inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
-inline void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                              static_cast<std::streamsize>(bytes.size()));
+// A recording written through the library's writer; `unfinished` leaves it as a killed writer would.
+inline std::string Record(const TempDir& dir, const std::string& name, const std::vector<Frame>& frames,
+                          bool unfinished = false) {
+  const std::string path = (dir.path() / name).string();
+  zp::samples::GrecOptions options;
+  options.unfinished = unfinished;
+  EXPECT_TRUE(zp::samples::WriteGrecFile(path, frames, options).ok) << name;
+  return path;
 }
 
-// Appends a frame in stream form (no padding) with the given whole tag word.
-inline void AppendStreamFrame(std::vector<uint8_t>* out, uint32_t tag, const std::vector<uint8_t>& data,
-                              uint64_t stamp) {
-  uint8_t head[zp::kMaxHeadLength];
-  const uint32_t h = zp::WriteFrameHeader(head, tag, static_cast<uint32_t>(data.size()), stamp);
-  zp::WriteU32(head, tag);
-  out->insert(out->end(), head, head + h);
-  out->insert(out->end(), data.begin(), data.end());
+inline std::unique_ptr<zp::CRecFile> Open(const std::string& path) {
+  return std::unique_ptr<zp::CRecFile>(zp::CRecFile::CreateRecFile(path.c_str()));
 }
 
 // What a reader returned: type, stamp, payload (with the header for stepped key frames).

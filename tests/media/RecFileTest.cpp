@@ -4,46 +4,24 @@
 #include <memory>
 
 #include "MediaTestSupport.h"
-#include "interface/TempDir.h"
 #include "media/CFileH264.h"
 #include "media/CFileTembro.h"
 #include "media/CRecWriterGrec.h"
 
 using namespace zp;
-using mediatest::AppendStreamFrame;
 using mediatest::Frame;
+using mediatest::Open;
 using mediatest::ReadFileBytes;
+using mediatest::Record;
+using mediatest::StreamBytes;
 
 namespace {
-
-std::string Recording(const TempDir& dir, const std::string& name, const std::vector<Frame>& frames) {
-  const std::string path = (dir.path() / name).string();
-  CRecWriterGrec writer;
-  EXPECT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
-  for (const Frame& f : frames) {
-    EXPECT_EQ(writer.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stamp, nullptr, nullptr), 0);
-  }
-  writer.CloseWriter();
-  return path;
-}
-
-// The same recording as if its writer had never closed: no trailer, index offset 0.
-std::string Unclosed(const TempDir& dir, const std::string& closedPath, const std::string& name) {
-  auto bytes = ReadFileBytes(closedPath);
-  bytes.resize(ReadU32(&bytes[68]));
-  WriteU32(&bytes[68], 0);
-  const std::string path = (dir.path() / name).string();
-  mediatest::WriteFileBytes(path, bytes);
-  return path;
-}
-
-std::unique_ptr<CRecFile> Open(const std::string& path) { return std::unique_ptr<CRecFile>(CRecFile::CreateRecFile(path.c_str())); }
 
 std::vector<uint64_t> KeyStamps(const std::vector<Frame>& frames) {
   std::vector<uint64_t> keys;
   for (const Frame& f : frames) {
     if (TagKind(f.tag) == FRAME_TAG_I) {
-      keys.push_back(f.stamp);
+      keys.push_back(f.stampUs);
     }
   }
   return keys;
@@ -58,7 +36,7 @@ void CheckStepping(CRecFile* reader, const std::vector<Frame>& frames) {
   while (forward.size() <= keys.size() && reader->ReadNextKeyFrame(&frame) == 0) {
     EXPECT_EQ(frame->nType, FRAME_TAG_I);
     EXPECT_EQ(ReadU32(frame->pData), FRAME_TAG_I);  // the header is kept
-    const auto it = std::find_if(frames.begin(), frames.end(), [&](const Frame& f) { return f.stamp == frame->u64Stamp; });
+    const auto it = std::find_if(frames.begin(), frames.end(), [&](const Frame& f) { return f.stampUs == frame->u64Stamp; });
     EXPECT_NE(it, frames.end());
     if (it != frames.end()) {
       EXPECT_EQ(frame->nLength, it->data.size() + 32);
@@ -81,7 +59,7 @@ void CheckStepping(CRecFile* reader, const std::vector<Frame>& frames) {
   EXPECT_EQ(frame->nLength, frames[0].data.size());
   reader->ReleaseFrame(frame);
   ASSERT_EQ(reader->ReadFrame(&frame), 0);
-  EXPECT_EQ(frame->u64Stamp, frames[1].stamp);
+  EXPECT_EQ(frame->u64Stamp, frames[1].stampUs);
   reader->ReleaseFrame(frame);
 }
 
@@ -121,50 +99,45 @@ void CheckSeeking(CRecFile* reader, const std::vector<Frame>& frames, const std:
 
 TEST(RecFile, FactoryChoosesTheReaderByName) {
   TempDir dir;
-  std::vector<uint8_t> bytes;
-  AppendStreamFrame(&bytes, FRAME_TAG_I, std::vector<uint8_t>(600, 1), 1000);
-  AppendStreamFrame(&bytes, FRAME_TAG_P, std::vector<uint8_t>(10, 2), 2000);
-  for (const char* name : {"a.mpg", "b.MPG", "c.Mpg"}) {
-    mediatest::WriteFileBytes((dir.path() / name).string(), bytes);
-    auto reader = Open((dir.path() / name).string());
-    ASSERT_NE(reader, nullptr) << name;
-    EXPECT_NE(dynamic_cast<CFileTembro*>(reader.get()), nullptr);
+  const std::string mpg = (dir.path() / "v.mpg").string();
+  samples::WriteFileBytes(mpg, StreamBytes({{FRAME_TAG_I, std::vector<uint8_t>(600, 1), 1000},
+                                            {FRAME_TAG_P, std::vector<uint8_t>(10, 2), 2000}}));
+  const std::string grec = Record(dir, "r.grec", mediatest::MakeFrames(1, 10, 5, false));
+  enum Kind { kRefused, kVendor, kGrec };
+  struct Case {
+    std::string source;  // empty: no file
+    const char* name;
+    Kind kind;
+  } cases[] = {{mpg, "a.mpg", kVendor}, {mpg, "b.MPG", kVendor}, {mpg, "c.Mpg", kVendor},
+               {grec, "d.264", kGrec}, {grec, "noextension", kGrec}, {grec, "e.mpg4", kGrec},
+               // A vendor file is not a GREC recording and the other way round.
+               {mpg, "f.grec", kRefused}, {grec, "g.mpg", kRefused}, {"", "h.mpg", kRefused}, {"", "i.grec", kRefused}};
+  for (const Case& c : cases) {
+    if (!c.source.empty()) {
+      std::filesystem::copy_file(c.source, dir.path() / c.name);
+    }
+    auto reader = Open((dir.path() / c.name).string());
+    ASSERT_EQ(reader != nullptr, c.kind != kRefused) << c.name;
+    EXPECT_EQ(dynamic_cast<CFileTembro*>(reader.get()) != nullptr, c.kind == kVendor) << c.name;
+    EXPECT_EQ(dynamic_cast<CFileH264*>(reader.get()) != nullptr, c.kind == kGrec) << c.name;
   }
-  const std::string grec = Recording(dir, "r.grec", mediatest::MakeFrames(1, 10, 5, false));
-  for (const char* name : {"d.264", "noextension", "e.mpg4"}) {
-    std::filesystem::copy_file(grec, dir.path() / name);
-    auto reader = Open((dir.path() / name).string());
-    ASSERT_NE(reader, nullptr) << name;
-    EXPECT_NE(dynamic_cast<CFileH264*>(reader.get()), nullptr);
-  }
-  EXPECT_EQ(Open((dir.path() / "missing.mpg").string()), nullptr);
-  EXPECT_EQ(Open((dir.path() / "missing.grec").string()), nullptr);
   EXPECT_EQ(CRecFile::CreateRecFile(nullptr), nullptr);
-  // A vendor file is not a GREC recording and the other way round.
-  std::filesystem::copy_file(dir.path() / "a.mpg", dir.path() / "a.grec");
-  EXPECT_EQ(Open((dir.path() / "a.grec").string()), nullptr);
-  std::filesystem::copy_file(grec, dir.path() / "r.mpg");
-  EXPECT_EQ(Open((dir.path() / "r.mpg").string()), nullptr);
 }
 
-TEST(FileTembro, BeginStampNeedsAFrameAtTheStart) {
+TEST(FileTembro, BeginStampNeedsAFrameAtTheStartAndEndStampOneAbove512) {
   TempDir dir;
-  auto open = [&](const std::vector<uint8_t>& bytes) {
-    const std::string path = (dir.path() / "v.mpg").string();
-    mediatest::WriteFileBytes(path, bytes);
-    return Open(path);
-  };
+  const std::string path = (dir.path() / "v.mpg").string();
   // The end stamp is searched above offset 512 only.
-  std::vector<uint8_t> tail;
-  AppendStreamFrame(&tail, FRAME_TAG_I, std::vector<uint8_t>(700, 3), 8000000);
-  AppendStreamFrame(&tail, FRAME_TAG_P, std::vector<uint8_t>(10, 3), 9000000);
+  const std::vector<uint8_t> tail = StreamBytes({{FRAME_TAG_I, std::vector<uint8_t>(700, 3), 8000000},
+                                                 {FRAME_TAG_P, std::vector<uint8_t>(10, 3), 9000000}});
+  auto withTail = [&](std::vector<uint8_t> front) {
+    front.insert(front.end(), tail.begin(), tail.end());
+    return front;
+  };
   // Two data frames, then audio: the audio stamp begins the file.
-  std::vector<uint8_t> bytes;
-  AppendStreamFrame(&bytes, FRAME_TAG_DATA, {1, 2}, 0);
-  AppendStreamFrame(&bytes, FRAME_TAG_DATA, {}, 0);
-  AppendStreamFrame(&bytes, FRAME_TAG_WAVE, {1}, 7000000);
-  bytes.insert(bytes.end(), tail.begin(), tail.end());
-  auto reader = open(bytes);
+  samples::WriteFileBytes(path, withTail(StreamBytes({{FRAME_TAG_DATA, {1, 2}, 0}, {FRAME_TAG_DATA, {}, 0},
+                                                      {FRAME_TAG_WAVE, {1}, 7000000}})));
+  auto reader = Open(path);
   ASSERT_NE(reader, nullptr);
   FileInfo info;
   reader->GetFileInfo(&info);
@@ -175,22 +148,13 @@ TEST(FileTembro, BeginStampNeedsAFrameAtTheStart) {
   ASSERT_EQ(frames.size(), 5u);
   EXPECT_EQ(frames[0].type, FRAME_TAG_DATA);
   EXPECT_EQ(frames[2].type, FRAME_TAG_WAVE);
-  // Three data frames first: no begin stamp.
-  bytes.clear();
-  for (int i = 0; i < 3; ++i) {
-    AppendStreamFrame(&bytes, FRAME_TAG_DATA, {1}, 0);
+  // Refused: three data frames first, a valid frame after a leading byte of garbage, nothing above 512.
+  const Frame data{FRAME_TAG_DATA, {1}, 0};
+  for (const auto& bytes : {withTail(StreamBytes({data, data, data, {FRAME_TAG_WAVE, {1}, 7000000}})), withTail({0}),
+                            StreamBytes({{FRAME_TAG_I, std::vector<uint8_t>(400, 3), 9000000}})}) {
+    samples::WriteFileBytes(path, bytes);
+    EXPECT_EQ(Open(path), nullptr);
   }
-  AppendStreamFrame(&bytes, FRAME_TAG_WAVE, {1}, 7000000);
-  bytes.insert(bytes.end(), tail.begin(), tail.end());
-  EXPECT_EQ(open(bytes), nullptr);
-  // A valid frame after a leading byte of garbage does not count.
-  bytes.assign(1, 0);
-  bytes.insert(bytes.end(), tail.begin(), tail.end());
-  EXPECT_EQ(open(bytes), nullptr);
-  // Not above 512 bytes: no end stamp.
-  bytes.clear();
-  AppendStreamFrame(&bytes, FRAME_TAG_I, std::vector<uint8_t>(400, 3), 9000000);
-  EXPECT_EQ(open(bytes), nullptr);
 }
 
 TEST(FileTembro, RewindResumesAtOffset512AndSeeksStayInTheSpan) {
@@ -199,11 +163,12 @@ TEST(FileTembro, RewindResumesAtOffset512AndSeeksStayInTheSpan) {
   std::vector<size_t> offsets;
   for (int i = 0; i < 40; ++i) {
     offsets.push_back(bytes.size());
-    AppendStreamFrame(&bytes, i % 10 == 0 ? FRAME_TAG_I : FRAME_TAG_P, std::vector<uint8_t>(100 + i, uint8_t(i)),
-                      1000000 + i * 100000ull);
+    samples::AppendFrame({i % 10 == 0 ? FRAME_TAG_I : FRAME_TAG_P, std::vector<uint8_t>(100 + i, uint8_t(i)),
+                          1000000 + i * 100000ull},
+                         &bytes);
   }
   const std::string path = (dir.path() / "v.mpg").string();
-  mediatest::WriteFileBytes(path, bytes);
+  samples::WriteFileBytes(path, bytes);
   auto reader = Open(path);
   ASSERT_NE(reader, nullptr);
   EXPECT_EQ(mediatest::ReadAll(reader.get()).size(), 40u);
@@ -234,17 +199,17 @@ TEST(FileTembro, RewindResumesAtOffset512AndSeeksStayInTheSpan) {
 TEST(FileH264, SeeksAndStepsWithAndWithoutIndex) {
   TempDir dir;
   const auto frames = mediatest::MakeFrames(9, 750, 50, true, 800);  // 30 s, a key frame every 2 s
-  const std::string closed = Recording(dir, "s.grec", frames);
-  const std::string unclosed = Unclosed(dir, closed, "u.grec");
+  const std::string closed = Record(dir, "s.grec", frames);
+  const std::string unclosed = Record(dir, "u.grec", frames, true);
   for (const std::string& path : {closed, unclosed}) {
     SCOPED_TRACE(path);
     auto reader = Open(path);
     ASSERT_NE(reader, nullptr);
     FileInfo info;
     reader->GetFileInfo(&info);
-    EXPECT_EQ(info.u64FileBegPts, frames.front().stamp);
+    EXPECT_EQ(info.u64FileBegPts, frames.front().stampUs);
     // The index ends at the last key frame; scanning finds the last video frame.
-    EXPECT_EQ(info.u64FileEndPts, path == closed ? KeyStamps(frames).back() : frames[frames.size() - 2].stamp);
+    EXPECT_EQ(info.u64FileEndPts, path == closed ? KeyStamps(frames).back() : frames[frames.size() - 2].stampUs);
     CheckSeeking(reader.get(), frames, ReadFileBytes(path), path == closed ? 2000000 : 4000000);
     CheckStepping(reader.get(), frames);
   }
@@ -255,13 +220,13 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   // Key frames 1.2 s apart: more than the one second within which the index search stops.
   std::vector<Frame> frames = mediatest::MakeFrames(4, 90, 30, false);
   frames.insert(frames.begin() + 5, Frame{FRAME_TAG_DATA, {1, 2, 3}, 0});
-  const std::string closed = Recording(dir, "h.grec", frames);
+  const std::string closed = Record(dir, "h.grec", frames);
   const auto original = ReadFileBytes(closed);
   auto variant = [&](const std::string& name, auto edit) {
     auto bytes = original;
     edit(bytes);
     const std::string path = (dir.path() / name).string();
-    mediatest::WriteFileBytes(path, bytes);
+    samples::WriteFileBytes(path, bytes);
     return Open(path);
   };
   // Wrong magic: refused even though every frame is fine.
@@ -296,19 +261,18 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   // A data frame first and no index: no begin stamp.
   std::vector<Frame> dataFirst = frames;
   std::swap(dataFirst[0], dataFirst[5]);
-  const std::string dataPath = Unclosed(dir, Recording(dir, "d.grec", dataFirst), "d2.grec");
-  EXPECT_EQ(Open(dataPath), nullptr);
-  EXPECT_NE(Open((dir.path() / "d.grec").string()), nullptr);  // with its index it opens
+  EXPECT_EQ(Open(Record(dir, "d2.grec", dataFirst, true)), nullptr);
+  EXPECT_NE(Open(Record(dir, "d.grec", dataFirst)), nullptr);  // with its index it opens
 }
 
 TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
   TempDir dir;
   const auto frames = mediatest::MakeFrames(5, 40, 10, true);
-  const auto original = ReadFileBytes(Recording(dir, "t.grec", frames));
+  const auto original = ReadFileBytes(Record(dir, "t.grec", frames));
   const std::string path = (dir.path() / "damaged.grec").string();
   // Every truncation: the open fails or the reader returns a prefix of the frames.
   for (size_t cut = 0; cut < original.size(); cut += 61) {
-    mediatest::WriteFileBytes(path, std::vector<uint8_t>(original.begin(), original.begin() + cut));
+    samples::WriteFileBytes(path, std::vector<uint8_t>(original.begin(), original.begin() + cut));
     auto reader = Open(path);
     if (reader == nullptr) {
       continue;
@@ -316,7 +280,7 @@ TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
     const auto got = mediatest::ReadAll(reader.get());
     ASSERT_LE(got.size(), frames.size()) << cut;
     for (size_t i = 0; i < got.size(); ++i) {
-      ASSERT_EQ(got[i].stamp, frames[i].stamp) << cut;
+      ASSERT_EQ(got[i].stamp, frames[i].stampUs) << cut;
     }
     FrameHead* frame = nullptr;
     reader->SeekTime(0, 0);
@@ -330,28 +294,17 @@ TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
   ASSERT_EQ(TagKind(ReadU32(&bytes[third])), FRAME_TAG_P);
   for (uint32_t length : {0xFFFFFFFFu, 0x80000001u, static_cast<uint32_t>(original.size())}) {
     WriteU32(&bytes[third + 4], length);
-    mediatest::WriteFileBytes(path, bytes);
+    samples::WriteFileBytes(path, bytes);
     auto reader = Open(path);
     ASSERT_NE(reader, nullptr);
     EXPECT_EQ(mediatest::ReadAll(reader.get()).size(), 2u) << length;
-  }
-  // Garbage with the magic in front.
-  std::mt19937 rng(1);
-  auto garbage = mediatest::RandomBytes(rng, 100000);
-  WriteU32(&garbage[0], grec::kHeadMagic);
-  WriteU32(&garbage[68], 0);
-  WriteU32(&garbage[72], 0);
-  mediatest::WriteFileBytes(path, garbage);
-  auto reader = Open(path);
-  if (reader != nullptr) {
-    mediatest::ReadAll(reader.get());
   }
 }
 
 TEST(RecFile, PoolHandsOutFiveRecordsAndLosesNoFrame) {
   TempDir dir;
   const auto frames = mediatest::MakeFrames(6, 12, 4, false, 30000);  // some need a larger buffer
-  auto reader = Open(Recording(dir, "pool.grec", frames));
+  auto reader = Open(Record(dir, "pool.grec", frames));
   ASSERT_NE(reader, nullptr);
   FrameHead* held[5];
   for (auto*& f : held) {
@@ -360,12 +313,12 @@ TEST(RecFile, PoolHandsOutFiveRecordsAndLosesNoFrame) {
   FrameHead* sixth = nullptr;
   EXPECT_EQ(reader->ReadFrame(&sixth), 1);
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(held[i]->u64Stamp, frames[i].stamp);
+    EXPECT_EQ(held[i]->u64Stamp, frames[i].stampUs);
     EXPECT_GE(held[i]->nCapacity, held[i]->nLength);
     reader->ReleaseFrame(held[i]);
   }
   const auto rest = mediatest::ReadAll(reader.get());
   ASSERT_EQ(rest.size(), frames.size() - 5);
-  EXPECT_EQ(rest[0].stamp, frames[5].stamp);
+  EXPECT_EQ(rest[0].stamp, frames[5].stampUs);
   EXPECT_EQ(rest[0].data, frames[5].data);
 }

@@ -5,12 +5,9 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <memory>
 
 #include "MediaTestSupport.h"
 #include "SampleEncoder.h"
-#include "StreamWriter.h"
-#include "interface/TempDir.h"
 #include "media/CFileH264.h"
 #include "media/CFileTembro.h"
 #include "media/CRecReader.h"
@@ -19,7 +16,9 @@
 
 using namespace zp;
 using mediatest::Frame;
+using mediatest::Open;
 using mediatest::ReadFileBytes;
+using mediatest::Record;
 
 namespace {
 
@@ -85,30 +84,12 @@ Layout ReadLayout(const std::string& path) {
   return out;
 }
 
-void WriteAll(CRecWriter* writer, const std::vector<Frame>& frames) {
-  for (const Frame& f : frames) {
-    ASSERT_EQ(writer->WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stamp, nullptr, nullptr),
-              0);
-  }
-}
-
-std::string WriteRecording(const TempDir& dir, const std::string& name, const std::vector<Frame>& frames) {
-  const std::string path = (dir.path() / name).string();
-  CRecWriterGrec writer;
-  EXPECT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
-  WriteAll(&writer, frames);
-  writer.CloseWriter();
-  return path;
-}
-
-std::unique_ptr<CRecFile> Open(const std::string& path) { return std::unique_ptr<CRecFile>(CRecFile::CreateRecFile(path.c_str())); }
-
 void ExpectSameFrames(const std::vector<mediatest::Read>& got, const std::vector<Frame>& want) {
   ASSERT_EQ(got.size(), want.size());
   for (size_t i = 0; i < want.size(); ++i) {
     const uint32_t type = TagKind(want[i].tag) == FRAME_TAG_AUDIO ? FRAME_TAG_WAVE : TagKind(want[i].tag);
     EXPECT_EQ(got[i].type, type) << i;
-    EXPECT_EQ(got[i].stamp, type == FRAME_TAG_DATA ? 0 : want[i].stamp) << i;
+    EXPECT_EQ(got[i].stamp, type == FRAME_TAG_DATA ? 0 : want[i].stampUs) << i;
     ASSERT_EQ(got[i].data, want[i].data) << i;
   }
 }
@@ -125,7 +106,7 @@ TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
       {FRAME_TAG_P, {}, 1080000},
       {FRAME_TAG_I, std::vector<uint8_t>(1, 0xA5), 1120000},
   };
-  const std::string path = WriteRecording(dir, "layout.grec", frames);
+  const std::string path = Record(dir, "layout.grec", frames);
   const Layout layout = ReadLayout(path);
   const auto& b = layout.bytes;
   EXPECT_EQ(ReadU32(&b[0]), 0x12345678u);
@@ -223,36 +204,27 @@ TEST(RecWriterGrec, RoundTripOfEncodedFramesThroughEveryReader) {
   samples::VideoParams vp;
   vp.frames = 60;
   vp.gop = 30;  // 1.2 s apart: the index search takes any key frame within a second
-  const auto video = samples::EncodeVideo(vp);
-  ASSERT_EQ(video.size(), 60u);
   samples::AudioParams ap;
   ap.frames = 120;
-  const auto audio = samples::EncodeAudio(ap);
-  const auto merged = samples::MergeFrames(video, audio, samples::kFileAudioTag);
-  std::vector<Frame> frames;
-  for (const auto& f : merged) {
-    frames.push_back({f.tag, f.data, f.stampUs});
+  const auto frames = samples::MergeFrames(samples::EncodeVideo(vp), samples::EncodeAudio(ap), samples::kFileAudioTag);
+  ASSERT_EQ(frames.size(), 180u);
+  std::vector<uint64_t> keys;
+  for (const Frame& f : frames) {
+    if (f.tag == FRAME_TAG_I) {
+      keys.push_back(f.stampUs);
+    }
   }
-  const std::string grec = WriteRecording(dir, "enc.h264", frames);
+  ASSERT_EQ(keys.size(), 2u);
+  const std::string grec = Record(dir, "enc.h264", frames);
   auto reader = Open(grec);
-  ASSERT_NE(reader, nullptr);
   ASSERT_NE(dynamic_cast<CFileH264*>(reader.get()), nullptr);
   ExpectSameFrames(mediatest::ReadAll(reader.get()), frames);
   EXPECT_EQ(reader->ReadFrame(nullptr), 1);
   FileInfo info;
   reader->GetFileInfo(&info);
-  std::vector<uint64_t> keys;
-  for (const auto& v : video) {
-    if (v.key) {
-      keys.push_back(v.stampUs);
-    }
-  }
-  ASSERT_EQ(keys.size(), 2u);
-  const uint64_t firstKey = keys.front();
-  const uint64_t lastKey = keys.back();
-  EXPECT_EQ(info.u64FileBegPts, firstKey);
-  EXPECT_EQ(info.u64FileEndPts, lastKey);
-  EXPECT_EQ(info.nTotalMinSecond, (lastKey - firstKey) / 1000);
+  EXPECT_EQ(info.u64FileBegPts, keys.front());
+  EXPECT_EQ(info.u64FileEndPts, keys.back());
+  EXPECT_EQ(info.nTotalMinSecond, (keys.back() - keys.front()) / 1000);
   EXPECT_EQ(info.nStreamKind, 0u);
   // Rewound, the same frames come again.
   ASSERT_EQ(reader->SeekToBegin(), 0);
@@ -272,16 +244,15 @@ TEST(RecWriterGrec, RoundTripOfEncodedFramesThroughEveryReader) {
   EXPECT_EQ(recReader.ReadFileInfo(view), 1);
 
   // The same frames as a vendor file.
-  samples::MpgOptions mo;
   const std::string mpg = (dir.path() / "enc.MPG").string();
-  ASSERT_TRUE(samples::WriteFileBytes(mpg, samples::MakeMpgFile(merged, mo)));
+  ASSERT_TRUE(samples::WriteFileBytes(mpg, samples::MakeMpgFile(frames, samples::MpgOptions{})));
   auto vendor = Open(mpg);
-  ASSERT_NE(vendor, nullptr);
   ASSERT_NE(dynamic_cast<CFileTembro*>(vendor.get()), nullptr);
   ExpectSameFrames(mediatest::ReadAll(vendor.get()), frames);
   vendor->GetFileInfo(&info);
   EXPECT_EQ(info.nStreamKind, 1u);
-  EXPECT_EQ(info.u64FileEndPts, video.back().stampUs);
+  const auto lastVideo = std::find_if(frames.rbegin(), frames.rend(), [](const Frame& f) { return IsVideoKind(f.tag); });
+  EXPECT_EQ(info.u64FileEndPts, lastVideo->stampUs);
 }
 
 TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
@@ -289,21 +260,16 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
   const auto first = mediatest::MakeFrames(1, 50, 10, true);
   auto second = mediatest::MakeFrames(2, 30, 10, true);
   for (Frame& f : second) {
-    f.stamp += 10000000;
+    f.stampUs += 10000000;
   }
-  const std::string path = WriteRecording(dir, "append.grec", first);
+  const std::string path = Record(dir, "append.grec", first);
   const uint32_t oldIndex = ReadU32(&ReadFileBytes(path)[68]);
-  CRecWriterGrec writer;
-  uint32_t recorded = 7;
-  ASSERT_EQ(writer.OpenWriterEx(path.c_str(), &recorded, CRecWriter::kNarrowPath), 0);
-  EXPECT_EQ(recorded, (first[80].stamp - first[0].stamp) / 1000);  // last key frame is video frame 40
-  uint32_t payload = 0;
-  ASSERT_EQ(writer.WriteFrame(second[0].data.data(), static_cast<uint32_t>(second[0].data.size()), second[0].tag,
-                              second[0].stamp, &payload, nullptr),
-            0);
-  EXPECT_EQ(payload, oldIndex + 32);  // over the old trailer
-  WriteAll(&writer, std::vector<Frame>(second.begin() + 1, second.end()));
-  writer.CloseWriter();
+  samples::GrecOptions append;
+  append.append = true;
+  const samples::GrecResult appended = samples::WriteGrecFile(path, second, append);
+  ASSERT_TRUE(appended.ok);
+  EXPECT_EQ(appended.recordedMs, (first[80].stampUs - first[0].stampUs) / 1000);  // last key frame is video frame 40
+  EXPECT_EQ(appended.payloadOffsets[0], oldIndex + 32);                           // over the old trailer
 
   const Layout layout = ReadLayout(path);
   ASSERT_TRUE(layout.trailerFound);
@@ -317,7 +283,9 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
 
   // A file that is no recording is started again.
   const std::string other = (dir.path() / "junk.grec").string();
-  mediatest::WriteFileBytes(other, std::vector<uint8_t>(2000, 0x5A));
+  samples::WriteFileBytes(other, std::vector<uint8_t>(2000, 0x5A));
+  CRecWriterGrec writer;
+  uint32_t recorded = 7;
   ASSERT_EQ(writer.OpenWriterEx(other.c_str(), &recorded, CRecWriter::kNarrowPath), 0);
   EXPECT_EQ(recorded, 0u);
   writer.CloseWriter();
@@ -336,7 +304,7 @@ TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
       _exit(3);
     }
     for (const Frame& f : frames) {
-      writer.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stamp, nullptr, nullptr);
+      writer.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, f.stampUs, nullptr, nullptr);
     }
     raise(SIGKILL);
   }
@@ -352,7 +320,7 @@ TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
   for (const Frame& f : frames) {
     const uint64_t head = IsVideoKind(f.tag) ? 32 : 16;
     if (IsVideoKind(f.tag) && at + head <= size) {
-      lastVideo = f.stamp;
+      lastVideo = f.stampUs;
     }
     if (at + head + f.data.size() > size) {
       break;
@@ -366,7 +334,7 @@ TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
   ExpectSameFrames(mediatest::ReadAll(reader.get()), reached);
   FileInfo info;
   reader->GetFileInfo(&info);
-  EXPECT_EQ(info.u64FileBegPts, frames[0].stamp);
+  EXPECT_EQ(info.u64FileBegPts, frames[0].stampUs);
   EXPECT_EQ(info.u64FileEndPts, lastVideo);
 }
 
