@@ -4,30 +4,14 @@
 
 #include <cmath>
 #include <cstring>
-#include <random>
 #include <vector>
 
 #include "AvAudio.h"
+#include "ClientSupport.h"
 #include "zephplay.h"
 
 namespace zp::test {
 namespace {
-
-std::vector<uint8_t> Head(uint16_t coder, uint16_t channels = 1, uint16_t rate = 8000) {
-  std::vector<uint8_t> head(512, 0);
-  const uint16_t fields[6] = {1, 0x6000, coder, 104, channels, rate};
-  std::memcpy(head.data(), fields, sizeof fields);
-  return head;
-}
-
-std::vector<uint8_t> RandomBytes(size_t n, uint32_t seed) {
-  std::mt19937 random(seed);
-  std::vector<uint8_t> bytes(n);
-  for (auto& b : bytes) {
-    b = static_cast<uint8_t>(random());
-  }
-  return bytes;
-}
 
 std::vector<int16_t> AvDecode(const char* codec, const std::vector<uint8_t>& data) {
   AvAudioDecoder decoder(codec, {});

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "AvAudio.h"
+#include "ClientSupport.h"
 #include "DiskAudio.h"
 #include "zephplay.h"
 
@@ -23,13 +24,6 @@ constexpr uint16_t kCoderPcm8k = 20;
 constexpr size_t kHisBuffer = 640;
 constexpr size_t kPcmBuffer = 2560;
 constexpr size_t kPcmFrameSamples = 160;
-
-std::vector<uint8_t> Head(uint16_t coder, uint16_t channels = 1, uint16_t rate = 8000) {
-  std::vector<uint8_t> head(512, 0);
-  const uint16_t fields[6] = {1, 0x6000, coder, 104, channels, rate};
-  std::memcpy(head.data(), fields, sizeof fields);
-  return head;
-}
 
 std::vector<uint8_t> Frame(const std::vector<uint8_t>& payload, uint64_t stamp) {
   std::vector<uint8_t> frame(12 + payload.size());
@@ -162,10 +156,7 @@ TEST(AudioPlayerExports, RandomPayloadsUnderEveryCoderTypeArePlayedSafely) {
     ASSERT_EQ(ZEPHPLAY_InputAudioHead(player, head.data(), 512), 0);
     for (int i = 0; i < 40; ++i) {
       // Now and then more than the sound thread's 10240-byte frame scratch: dropped there.
-      std::vector<uint8_t> payload(i == 1 ? 12000 : random() % 700);
-      for (auto& b : payload) {
-        b = static_cast<uint8_t>(random());
-      }
+      std::vector<uint8_t> payload = RandomBytes(i == 1 ? 12000 : random() % 700, random());
       if (payload.size() >= 4 && i % 2 == 0) {
         payload[0] = 0x00;  // a voice-engine unit head, with whatever length byte came out
         payload[1] = 0x01;
@@ -187,13 +178,9 @@ TEST(AudioPlayerExports, PlaysTheDecodedUnitsWithTheGain) {
   constexpr int kUnits = 10;
   constexpr size_t kUnitSamples = 200;
   constexpr double kGain = 3.0;
-  std::mt19937 random(7);
-  std::vector<std::vector<uint8_t>> alaw(kUnits);
-  for (auto& unit : alaw) {
-    unit.resize(kUnitSamples);
-    for (auto& b : unit) {
-      b = static_cast<uint8_t>(random());
-    }
+  std::vector<std::vector<uint8_t>> alaw;
+  for (int u = 0; u < kUnits; ++u) {
+    alaw.push_back(RandomBytes(kUnitSamples, 7 + u));
   }
   AvAudioDecoder oracle("pcm_alaw", {});
   ASSERT_TRUE(oracle.ok());
