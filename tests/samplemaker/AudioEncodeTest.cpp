@@ -102,6 +102,7 @@ TEST(EncodeAudio, HisiUnitsWrapTheG711Payload) {
   EXPECT_TRUE(EncodeAudio(odd).empty());
 }
 
+// The sound's two channels differ, so that a swap or a mix-down shows.
 TEST(EncodeAudio, PcmIsTheSoundLittleEndian) {
   AudioParams p;
   p.codec = AudioCodec::Pcm16;
@@ -114,6 +115,11 @@ TEST(EncodeAudio, PcmIsTheSoundLittleEndian) {
   ExpectStamps(frames, 320, 16000);
   std::vector<int16_t> source;
   MakeSound(0, 960, 16000, 2, &source);
+  int differ = 0;
+  for (size_t i = 0; i < source.size(); i += 2) {
+    differ += source[i] != source[i + 1] ? 1 : 0;
+  }
+  EXPECT_GT(differ, 720);
   size_t at = 0;
   for (const EncodedFrame& f : frames) {
     ASSERT_EQ(f.data.size(), 320u * 2 * 2);
@@ -176,22 +182,6 @@ TEST(EncodeAudio, AacFramesAreWholeAdtsFrames) {
   odd.codec = AudioCodec::AacAdts;
   odd.sampleRate = 12345;
   EXPECT_TRUE(EncodeAudio(odd).empty());
-}
-
-TEST(MakeSound, ChannelsDifferAndRunsJoin) {
-  std::vector<int16_t> whole;
-  std::vector<int16_t> first;
-  std::vector<int16_t> second;
-  MakeSound(0, 400, 8000, 2, &whole);
-  MakeSound(0, 150, 8000, 2, &first);
-  MakeSound(150, 250, 8000, 2, &second);
-  first.insert(first.end(), second.begin(), second.end());
-  EXPECT_EQ(first, whole);
-  int differ = 0;
-  for (size_t i = 0; i < whole.size(); i += 2) {
-    differ += whole[i] != whole[i + 1] ? 1 : 0;
-  }
-  EXPECT_GT(differ, 300);
 }
 
 }  // namespace

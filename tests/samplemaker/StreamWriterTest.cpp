@@ -4,26 +4,12 @@
 #include <numeric>
 
 #include "SampleEncoder.h"
-#include "StreamWriter.h"
+#include "SampleTestSupport.h"
 
 namespace zp::samples {
 namespace {
 
-// The test reads the bytes on its own, from the layout, without the library's frame helpers.
-constexpr uint32_t kI = 0x63643000;
-constexpr uint32_t kP = 0x63643100;
-constexpr uint32_t kAudio = 0x63643200;
-constexpr uint32_t kWave = 0x62773100;
-constexpr uint32_t kExt = 0x63643800;
-constexpr uint32_t kData = 0x63643900;
-
-uint32_t Le32(const std::vector<uint8_t>& b, size_t at) {
-  return static_cast<uint32_t>(b[at]) | static_cast<uint32_t>(b[at + 1]) << 8 | static_cast<uint32_t>(b[at + 2]) << 16 |
-         static_cast<uint32_t>(b[at + 3]) << 24;
-}
-uint64_t Le64(const std::vector<uint8_t>& b, size_t at) {
-  return Le32(b, at) | static_cast<uint64_t>(Le32(b, at + 4)) << 32;
-}
+using namespace test;
 
 struct Read {
   size_t offset = 0;
@@ -32,51 +18,29 @@ struct Read {
   std::vector<uint8_t> payload;
 };
 
-bool KnownKind(uint32_t kind) {
+bool KnownKind(uint32_t tag) {
+  const uint32_t kind = Kind(tag);
   return kind == kI || kind == kP || kind == kAudio || kind == kWave || kind == kExt || kind == kData;
 }
 
 // Reads one frame at `at`; checks the header's unused fields are zero. False when no frame is there.
 bool ReadAt(const std::vector<uint8_t>& b, size_t at, Read* out) {
-  if (at + 16 > b.size()) {
+  if (at + 16 > b.size() || !KnownKind(Le32(b, at))) {
     return false;
   }
   const uint32_t tag = Le32(b, at);
-  const uint32_t kind = tag & 0xFFFFFF00u;
-  if (!KnownKind(kind)) {
-    return false;
-  }
-  const bool video = kind == kI || kind == kP;
-  const size_t head = video ? 32 : 16;
+  const size_t head = HeadLength(tag);
   const uint32_t length = Le32(b, at + 4);
   if (at + head + length > b.size()) {
     return false;
   }
-  out->offset = at;
-  out->tag = tag;
-  if (video) {
+  if (IsVideo(tag)) {
     EXPECT_EQ(Le32(b, at + 8), 0u);
     EXPECT_EQ(Le32(b, at + 12), 0u);
     EXPECT_EQ(Le64(b, at + 24), 0u);
-    out->stamp = Le64(b, at + 16);
-  } else {
-    out->stamp = Le64(b, at + 8);
   }
-  out->payload.assign(b.begin() + static_cast<std::ptrdiff_t>(at + head),
-                      b.begin() + static_cast<std::ptrdiff_t>(at + head + length));
+  *out = {at, tag, StampAt(b, at), {b.begin() + static_cast<std::ptrdiff_t>(at + head), b.begin() + static_cast<std::ptrdiff_t>(at + head + length)}};
   return true;
-}
-
-// Frames back to back from `at` up to `end`; stops at the first byte that is not a frame.
-std::vector<Read> ReadBackToBack(const std::vector<uint8_t>& b, size_t at, size_t* end) {
-  std::vector<Read> out;
-  Read r;
-  while (ReadAt(b, at, &r)) {
-    at += (((r.tag & 0xFFFFFF00u) == kI || (r.tag & 0xFFFFFF00u) == kP) ? 32 : 16) + r.payload.size();
-    out.push_back(r);
-  }
-  *end = at;
-  return out;
 }
 
 // Searches byte by byte for any word whose bytes 1 to 3 name a frame kind, as a resynchronising
@@ -85,14 +49,24 @@ std::vector<Read> Scan(const std::vector<uint8_t>& b) {
   std::vector<Read> out;
   for (size_t at = 0; at + 4 <= b.size();) {
     Read r;
-    if (KnownKind(Le32(b, at) & 0xFFFFFF00u) && ReadAt(b, at, &r)) {
-      at += ((r.tag & 0xFFFFFF00u) == kI || (r.tag & 0xFFFFFF00u) == kP ? 32 : 16) + r.payload.size();
+    if (ReadAt(b, at, &r)) {
+      at += HeadLength(r.tag) + r.payload.size();
       out.push_back(std::move(r));
     } else {
       ++at;
     }
   }
   return out;
+}
+
+// The frames found cover the bytes end to end, with nothing between them.
+void ExpectBackToBack(const std::vector<Read>& read, size_t size) {
+  size_t at = 0;
+  for (const Read& r : read) {
+    EXPECT_EQ(r.offset, at);
+    at = r.offset + HeadLength(r.tag) + r.payload.size();
+  }
+  EXPECT_EQ(at, size);
 }
 
 // Every kind, odd lengths, an empty payload, payloads full of bytes that look like tags.
@@ -115,71 +89,50 @@ std::vector<TaggedFrame> MixedFrames() {
 void ExpectSameFrame(const Read& r, const TaggedFrame& f) {
   EXPECT_EQ(r.tag, f.tag);
   EXPECT_EQ(r.payload, f.data);
-  const uint32_t kind = f.tag & 0xFFFFFF00u;
-  EXPECT_EQ(r.stamp, kind == kData || kind == kExt ? 0u : f.stampUs) << std::hex << f.tag;
+  EXPECT_EQ(r.stamp, Kind(f.tag) == kData || Kind(f.tag) == kExt ? 0u : f.stampUs) << std::hex << f.tag;
 }
 
-TEST(MakeStream, WritesFramesBackToBackWithTheirHeaders) {
-  std::vector<TaggedFrame> frames = MixedFrames();
-  const size_t known = frames.size();
-  frames.insert(frames.begin() + 2, TaggedFrame{0x12345678, {1, 2, 3}, 5});  // no kind: left out
-  const WrittenStream s = MakeStream(frames, StreamOptions{});
-  frames.erase(frames.begin() + 2);
-
-  size_t end = 0;
-  const std::vector<Read> read = ReadBackToBack(s.bytes, 0, &end);
-  EXPECT_EQ(end, s.bytes.size());
-  ASSERT_EQ(read.size(), known);
-  ASSERT_EQ(s.frameOffsets.size(), known);
-  for (size_t i = 0; i < known; ++i) {
-    ExpectSameFrame(read[i], frames[i]);
-    EXPECT_EQ(s.frameOffsets[i], read[i].offset);
-  }
-}
-
+// Without garbage the frames lie back to back with their headers (a tag of no kind is left out).
 // Garbage lies only between frames, within the asked bounds, and holds nothing that a scanner
 // could take for a tag: a byte-by-byte scan finds exactly the frames written, where they were
 // written. The same seed gives the same bytes, another seed other bytes.
-TEST(MakeStream, GarbageIsBoundedTagFreeAndReproducible) {
+TEST(MakeStream, FramesBetweenBoundedTagFreeReproducibleGarbage) {
   const std::vector<TaggedFrame> frames = MixedFrames();
+  std::vector<TaggedFrame> withUnknown = frames;
+  withUnknown.insert(withUnknown.begin() + 2, TaggedFrame{0x12345678, {1, 2, 3}, 5});
+  const WrittenStream plain = MakeStream(withUnknown, StreamOptions{});
+  const std::vector<Read> read = Scan(plain.bytes);
+  ExpectBackToBack(read, plain.bytes.size());
+  ASSERT_EQ(read.size(), frames.size());
+  ASSERT_EQ(plain.frameOffsets.size(), frames.size());
+  for (size_t i = 0; i < frames.size(); ++i) {
+    ExpectSameFrame(read[i], frames[i]);
+    EXPECT_EQ(plain.frameOffsets[i], read[i].offset);
+  }
+
   StreamOptions o;
   o.seed = 7;
   o.garbageMax = 50;
   o.leadingGarbageMax = 30;
   const WrittenStream s = MakeStream(frames, o);
-  ASSERT_EQ(s.frameOffsets.size(), frames.size());
-  EXPECT_LE(s.frameOffsets[0], 30u);
-
-  size_t total = 0;
-  std::vector<std::pair<size_t, size_t>> gaps{{0, s.frameOffsets[0]}};
-  for (size_t i = 0; i < frames.size(); ++i) {
-    Read r;
-    ASSERT_TRUE(ReadAt(s.bytes, s.frameOffsets[i], &r));
-    ExpectSameFrame(r, frames[i]);
-    const size_t end = s.frameOffsets[i] + ((frames[i].tag & 0xFFFFFF00u) <= kP ? 32 : 16) + frames[i].data.size();
-    if (i + 1 < frames.size()) {
-      gaps.emplace_back(end, s.frameOffsets[i + 1]);
-    } else {
-      EXPECT_EQ(end, s.bytes.size());
-    }
-  }
-  for (const auto& [from, to] : gaps) {
-    ASSERT_LE(from, to);
-    EXPECT_LE(to - from, 50u);
-    total += to - from;
-    for (size_t j = from; j < to; ++j) {
-      EXPECT_NE(s.bytes[j], 'd');
-      EXPECT_NE(s.bytes[j], 'w');
-    }
-  }
-  EXPECT_GT(total, 100u) << "garbage was asked for";
-
   const std::vector<Read> scanned = Scan(s.bytes);
   ASSERT_EQ(scanned.size(), frames.size());
+  ASSERT_EQ(s.frameOffsets.size(), frames.size());
+  size_t gapStart = 0;
+  size_t total = 0;
   for (size_t i = 0; i < frames.size(); ++i) {
     EXPECT_EQ(scanned[i].offset, s.frameOffsets[i]);
     ExpectSameFrame(scanned[i], frames[i]);
+    EXPECT_LE(scanned[i].offset - gapStart, i == 0 ? 30u : 50u);
+    total += scanned[i].offset - gapStart;
+    for (size_t j = gapStart; j < scanned[i].offset; ++j) {
+      EXPECT_NE(s.bytes[j], 'd');
+      EXPECT_NE(s.bytes[j], 'w');
+    }
+    gapStart = scanned[i].offset + HeadLength(scanned[i].tag) + scanned[i].payload.size();
   }
+  EXPECT_EQ(gapStart, s.bytes.size());
+  EXPECT_GT(total, 100u) << "garbage was asked for";
 
   EXPECT_EQ(MakeStream(frames, o).bytes, s.bytes);
   o.seed = 8;
@@ -215,11 +168,10 @@ TEST(CutIntoPieces, CoversTheBytesInBoundedReproduciblePieces) {
 // each key frame's header offset and stamp.
 TEST(MakeMpgFile, FramesFromOffsetZeroAndOptionalKeyIndex) {
   std::vector<TaggedFrame> frames = MixedFrames();
-  std::erase_if(frames, [](const TaggedFrame& f) { return (f.tag & 0xFFFFFF00u) == kExt; });
+  std::erase_if(frames, [](const TaggedFrame& f) { return Kind(f.tag) == kExt; });
   const std::vector<uint8_t> plain = MakeMpgFile(frames, MpgOptions{});
-  size_t end = 0;
-  const std::vector<Read> read = ReadBackToBack(plain, 0, &end);
-  EXPECT_EQ(end, plain.size());
+  const std::vector<Read> read = Scan(plain);
+  ExpectBackToBack(read, plain.size());
   ASSERT_EQ(read.size(), frames.size());
   for (size_t i = 0; i < frames.size(); ++i) {
     ExpectSameFrame(read[i], frames[i]);
@@ -229,7 +181,7 @@ TEST(MakeMpgFile, FramesFromOffsetZeroAndOptionalKeyIndex) {
   ASSERT_TRUE(std::equal(plain.begin(), plain.end(), indexed.begin()));
   std::vector<const Read*> keys;
   for (const Read& r : read) {
-    if ((r.tag & 0xFFFFFF00u) == kI) {
+    if (Kind(r.tag) == kI) {
       keys.push_back(&r);
     }
   }
