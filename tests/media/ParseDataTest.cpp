@@ -56,11 +56,7 @@ TEST(ParseData, RecoversEveryFrameFromRandomPiecesWithGarbage) {
   std::vector<samples::TaggedFrame> frames;
   for (int i = 0; i < 300; ++i) {
     const uint32_t tags[] = {0x63643000, 0x63643100, 0x63643230, 0x62773100, 0x63643900, 0x63643800};
-    samples::TaggedFrame f;
-    f.tag = tags[rng() % 6];
-    f.data = mediatest::RandomBytes(rng, rng() % 9000);
-    f.stampUs = 5000000 + i * 40000ull;
-    frames.push_back(std::move(f));
+    frames.push_back({tags[rng() % 6], mediatest::RandomBytes(rng, rng() % 9000), 5000000 + i * 40000ull});
   }
   samples::StreamOptions options;
   options.seed = 3;

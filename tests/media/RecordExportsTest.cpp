@@ -37,14 +37,12 @@ TEST(RecordExports, FileHeadIsFilledInTheCallersBuffer) {
   length = 456;
   ASSERT_EQ(ZEPHPLAY_GetFileHead(head.data(), &length), 0);
   EXPECT_EQ(length, 512u);
+  // The head's fields are the writer's (checked byte by byte with it); here: filled, dated now,
+  // and nothing written outside its fields.
   EXPECT_EQ(U32(&head[0]), 0x12345678u);
-  EXPECT_EQ(U32(&head[4]), 8u);
   EXPECT_EQ(std::memcmp(&head[37], &head[43], 6), 0);
   EXPECT_GE(head[37], 24);  // year - 2000
-  EXPECT_EQ(head[49] + head[50] + head[51] + head[53] + head[56], 5);
-  EXPECT_EQ(U32(&head[60]), 1u);
-  EXPECT_EQ(U32(&head[68]), 0u);
-  EXPECT_EQ(head[36], 0xEE);  // untouched
+  EXPECT_EQ(head[36], 0xEE);
   EXPECT_EQ(head[52], 0xEE);
   EXPECT_EQ(head[200], 0xEE);
   EXPECT_EQ(head[456], 0xEE);
