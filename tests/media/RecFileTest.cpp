@@ -185,7 +185,6 @@ TEST(FileTembro, RewindResumesAtOffset512AndSeeksStayInTheSpan) {
   ASSERT_EQ(reader->ReadFrame(&frame), 0);
   EXPECT_EQ(frame->u64Stamp, 1000000u);
   reader->ReleaseFrame(frame);
-  EXPECT_EQ(reader->SeekTime(3901, 0), 1);
   ASSERT_EQ(reader->SeekTime(2500, 0), 0);  // lands on the key frame after the guess
   ASSERT_EQ(reader->ReadFrame(&frame), 0);
   EXPECT_EQ(frame->nType, FRAME_TAG_I);
@@ -198,7 +197,9 @@ TEST(FileTembro, RewindResumesAtOffset512AndSeeksStayInTheSpan) {
 
 TEST(FileH264, SeeksAndStepsWithAndWithoutIndex) {
   TempDir dir;
-  const auto frames = mediatest::MakeFrames(9, 750, 50, true, 800);  // 30 s, a key frame every 2 s
+  auto frames = mediatest::MakeFrames(9, 750, 50, true, 800);  // 30 s, a key frame every 2 s
+  // Indexed too, but only key entries are loaded: stepping never returns it.
+  frames.insert(frames.begin() + 5, Frame{FRAME_TAG_DATA, {1, 2, 3}, 0});
   const std::string closed = Record(dir, "s.grec", frames);
   const std::string unclosed = Record(dir, "u.grec", frames, true);
   for (const std::string& path : {closed, unclosed}) {
@@ -254,10 +255,6 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   for (size_t i = 0; i < frames.size(); ++i) {
     EXPECT_EQ(got[i].data, frames[i].data) << i;
   }
-  // Only key entries are loaded: stepping never returns the data frame.
-  auto reader = Open(closed);
-  ASSERT_NE(reader, nullptr);
-  CheckStepping(reader.get(), frames);
   // A data frame first and no index: no begin stamp.
   std::vector<Frame> dataFirst = frames;
   std::swap(dataFirst[0], dataFirst[5]);
