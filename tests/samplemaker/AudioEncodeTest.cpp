@@ -12,8 +12,8 @@ namespace {
 using test::AvDecoder;
 using test::DecodedSound;
 
-DecodedSound DecodeAll(const char* decoder, const std::vector<EncodedFrame>& frames) {
-  AvDecoder dec(decoder);
+DecodedSound DecodeAll(const std::vector<EncodedFrame>& frames, const char* decoder, int rate = 0, int channels = 0) {
+  AvDecoder dec(decoder, rate, channels);
   DecodedSound out;
   EXPECT_TRUE(dec.ok());
   for (const EncodedFrame& f : frames) {
@@ -51,13 +51,10 @@ TEST(EncodeAudio, G711RoundTripsThroughAnOutsideDecoder) {
     ExpectStamps(frames, 160, 8000);
     std::vector<int16_t> source;
     MakeSound(0, 1600, 8000, 1, &source);
-    AvDecoder dec(decoder, 8000, 1);
-    ASSERT_TRUE(dec.ok());
-    DecodedSound sound;
     for (const EncodedFrame& f : frames) {
       EXPECT_EQ(f.data.size(), 160u);
-      ASSERT_TRUE(dec.Audio(f.data.data(), f.data.size(), &sound));
     }
+    const DecodedSound sound = DecodeAll(frames, decoder, 8000, 1);
     ASSERT_EQ(sound.samples.size(), source.size());
     for (size_t i = 0; i < source.size(); ++i) {
       const int got = static_cast<int>(std::lround(sound.samples[i] * 32768.0f));
@@ -161,7 +158,7 @@ TEST(EncodeAudio, AacFramesAreWholeAdtsFrames) {
       EXPECT_EQ(length, h.size());
       EXPECT_EQ(h[6] & 3, 0);  // one raw data block
     }
-    const DecodedSound sound = DecodeAll("aac", frames);
+    const DecodedSound sound = DecodeAll(frames, "aac");
     EXPECT_EQ(sound.frames, 20);
     EXPECT_EQ(sound.channels, r.channels);
     EXPECT_EQ(sound.sampleRate, r.rate);

@@ -86,14 +86,13 @@ class AvDecoder {
   }
 
  private:
-  struct CtxDel {
-    void operator()(AVCodecContext* c) const { avcodec_free_context(&c); }
-  };
-  struct FrameDel {
-    void operator()(AVFrame* f) const { av_frame_free(&f); }
-  };
-  struct PktDel {
-    void operator()(AVPacket* p) const { av_packet_free(&p); }
+  // libavcodec's free functions take the address of the pointer.
+  template <auto Free>
+  struct Del {
+    template <class T>
+    void operator()(T* p) const {
+      Free(&p);
+    }
   };
 
   bool Send(const uint8_t* data, size_t size, int64_t pts) {
@@ -121,9 +120,9 @@ class AvDecoder {
     }
   }
 
-  std::unique_ptr<AVCodecContext, CtxDel> ctx_;
-  std::unique_ptr<AVFrame, FrameDel> frame_{av_frame_alloc()};
-  std::unique_ptr<AVPacket, PktDel> pkt_{av_packet_alloc()};
+  std::unique_ptr<AVCodecContext, Del<avcodec_free_context>> ctx_;
+  std::unique_ptr<AVFrame, Del<av_frame_free>> frame_{av_frame_alloc()};
+  std::unique_ptr<AVPacket, Del<av_packet_free>> pkt_{av_packet_alloc()};
 };
 
 }  // namespace zp::samples::test

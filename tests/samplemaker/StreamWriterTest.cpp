@@ -212,7 +212,7 @@ TEST(RepeatFrames, CopiesWithStampsMovedOnByThePeriod) {
 }
 
 // Real encoded material: video frames keep their decode order and key flags as tags; each audio
-// frame goes just before the first video frame whose decode time it does not precede.
+// frame goes just before the first video frame whose decode time it precedes.
 TEST(MergeFrames, InterleavesAudioByDecodeTime) {
   VideoParams vp;
   vp.frames = 12;
@@ -230,32 +230,22 @@ TEST(MergeFrames, InterleavesAudioByDecodeTime) {
   }
   std::sort(decodeTimes.begin(), decodeTimes.end());
 
+  // Each audio frame comes after exactly the video frames whose decode time it does not precede.
   const std::vector<TaggedFrame> merged = MergeFrames(video, audio, kWave);
   ASSERT_EQ(merged.size(), video.size() + audio.size());
   size_t v = 0;
   size_t a = 0;
   for (const TaggedFrame& f : merged) {
-    if (f.tag == kWave) {
-      ASSERT_LT(a, audio.size());
-      EXPECT_EQ(f.data, audio[a].data);
-      EXPECT_EQ(f.stampUs, audio[a].stampUs);
-      if (v < video.size()) {
-        EXPECT_LT(f.stampUs, decodeTimes[v]);
-      }
-      ++a;
-      continue;
+    const bool isAudio = f.tag == kWave;
+    const EncodedFrame& want = isAudio ? audio.at(a++) : video.at(v++);
+    EXPECT_EQ(f.data, want.data);
+    EXPECT_EQ(f.stampUs, want.stampUs);
+    if (isAudio) {
+      EXPECT_EQ(v, std::upper_bound(decodeTimes.begin(), decodeTimes.end(), f.stampUs) - decodeTimes.begin());
+    } else {
+      EXPECT_EQ(f.tag, want.key ? kI : kP);
     }
-    ASSERT_LT(v, video.size());
-    EXPECT_EQ(f.tag, video[v].key ? kI : kP);
-    EXPECT_EQ(f.data, video[v].data);
-    EXPECT_EQ(f.stampUs, video[v].stampUs);
-    if (a < audio.size()) {
-      EXPECT_GE(audio[a].stampUs, decodeTimes[v]);
-    }
-    ++v;
   }
-  EXPECT_EQ(v, video.size());
-  EXPECT_EQ(a, audio.size());
 }
 
 }  // namespace
