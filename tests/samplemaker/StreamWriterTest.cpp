@@ -200,13 +200,11 @@ TEST(RepeatFrames, CopiesWithStampsMovedOnByThePeriod) {
   const std::vector<TaggedFrame> frames = MixedFrames();
   const std::vector<TaggedFrame> three = RepeatFrames(frames, 3, 2000000);
   ASSERT_EQ(three.size(), frames.size() * 3);
-  for (size_t k = 0; k < 3; ++k) {
-    for (size_t i = 0; i < frames.size(); ++i) {
-      const TaggedFrame& f = three[k * frames.size() + i];
-      EXPECT_EQ(f.tag, frames[i].tag);
-      EXPECT_EQ(f.data, frames[i].data);
-      EXPECT_EQ(f.stampUs, frames[i].stampUs + k * 2000000);
-    }
+  for (size_t j = 0; j < three.size(); ++j) {
+    const TaggedFrame& original = frames[j % frames.size()];
+    EXPECT_EQ(three[j].tag, original.tag);
+    EXPECT_EQ(three[j].data, original.data);
+    EXPECT_EQ(three[j].stampUs, original.stampUs + j / frames.size() * 2000000);
   }
   EXPECT_TRUE(RepeatFrames(frames, 0, 1).empty());
 }

@@ -66,31 +66,20 @@ TEST(EncodeVideo, DecodesToTheAskedPicturesAndKeyFrames) {
     const std::vector<EncodedFrame> frames = EncodeVideo(p);
     ASSERT_EQ(frames.size(), static_cast<size_t>(c.frames));
 
-    std::set<uint64_t> stamps;
+    // The stamps and the Annex-B framing are judged by the decoder below; the key flags here.
     std::set<uint64_t> keyStamps;
+    std::set<uint64_t> expectedKeys;
     bool reordered = false;
     for (size_t i = 0; i < frames.size(); ++i) {
-      stamps.insert(frames[i].stampUs);
       if (frames[i].key) {
         keyStamps.insert(frames[i].stampUs);
       }
-      reordered = reordered || (i > 0 && frames[i].stampUs < frames[i - 1].stampUs);
-      // Annex-B: every access unit starts with a start code.
-      ASSERT_GE(frames[i].data.size(), 4u);
-      EXPECT_TRUE(frames[i].data[0] == 0 && frames[i].data[1] == 0 &&
-                  (frames[i].data[2] == 1 || (frames[i].data[2] == 0 && frames[i].data[3] == 1)));
-    }
-    std::set<uint64_t> expectedStamps;
-    std::set<uint64_t> expectedKeys;
-    for (int i = 0; i < c.frames; ++i) {
-      expectedStamps.insert(StampOf(i, p.fps));
-      if (i % c.gop == 0) {
-        expectedKeys.insert(StampOf(i, p.fps));
+      if (i % static_cast<size_t>(c.gop) == 0) {
+        expectedKeys.insert(StampOf(static_cast<int>(i), p.fps));
       }
+      reordered = reordered || (i > 0 && frames[i].stampUs < frames[i - 1].stampUs);
     }
-    EXPECT_EQ(stamps, expectedStamps);
     EXPECT_EQ(keyStamps, expectedKeys);
-    EXPECT_TRUE(frames.front().key);
     EXPECT_EQ(reordered, c.bFrames) << "B-frames show as stamps out of order in decode order";
 
     const std::vector<DecodedPicture> pictures = Decode(c.codec, frames);
