@@ -1,5 +1,5 @@
-// AAC, AMR and Nellymoser through our decoder family, judged by libavcodec's own decoders on the
-// same coded data.
+// AAC and Nellymoser through our decoder family, judged by libavcodec's own decoders on the same
+// coded data, and the AMR decoder around its codec.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
-// The voice engine against outside oracles: the ITU-T G.711/G.726 vectors, libavcodec's G.726
-// and IMA decoders, and a DVI4 decoder written here from RFC 3551's description.
+// The voice engine against outside oracles: the ITU-T G.711/G.726 vectors, libavcodec's G.711,
+// G.726 and IMA decoders, and a DVI4 decoder written here from RFC 3551's description.
 #include <gtest/gtest.h>
 
 #include <algorithm>
