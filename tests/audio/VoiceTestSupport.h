@@ -9,7 +9,7 @@ namespace zp::test {
 // One direction of the voice engine with its own state area, released at the end.
 class VoiceCodec {
  public:
-  VoiceCodec(int32_t engineType, bool encode) : encode_(encode) {
+  VoiceCodec(int32_t engineType, bool encode) {
     ok_ = (encode ? HI_VOICE_EncReset(state_, engineType) : HI_VOICE_DecReset(state_, engineType)) == 0;
   }
   ~VoiceCodec() { HI_VOICE_Release(state_); }
@@ -17,7 +17,6 @@ class VoiceCodec {
   VoiceCodec& operator=(const VoiceCodec&) = delete;
 
   bool ok() const { return ok_; }
-  void* state() { return state_; }
 
   // One unit from n samples; empty when the engine refuses.
   std::vector<uint8_t> Encode(const int16_t* in, int n) {
@@ -41,7 +40,6 @@ class VoiceCodec {
 
  private:
   alignas(8) uint8_t state_[kStateBytesG726] = {};
-  bool encode_;
   bool ok_ = false;
 };
 
