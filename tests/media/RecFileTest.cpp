@@ -267,7 +267,8 @@ TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
   const auto frames = mediatest::MakeFrames(5, 40, 10, true);
   const auto original = ReadFileBytes(Record(dir, "t.grec", frames));
   const std::string path = (dir.path() / "damaged.grec").string();
-  // Every truncation: the open fails or the reader returns a prefix of the frames.
+  // Every truncation: the open fails or the reader returns a prefix of the frames. (Seeking and
+  // stepping on any bytes at all are the reader fuzzer's.)
   for (size_t cut = 0; cut < original.size(); cut += 61) {
     samples::WriteFileBytes(path, std::vector<uint8_t>(original.begin(), original.begin() + cut));
     auto reader = Open(path);
@@ -278,11 +279,6 @@ TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
     ASSERT_LE(got.size(), frames.size()) << cut;
     for (size_t i = 0; i < got.size(); ++i) {
       ASSERT_EQ(got[i].stamp, frames[i].stampUs) << cut;
-    }
-    FrameHead* frame = nullptr;
-    reader->SeekTime(0, 0);
-    while (reader->ReadNextKeyFrame(&frame) == 0) {
-      reader->ReleaseFrame(frame);
     }
   }
   // Length fields beyond the file or beyond 2^31 stop reading at that frame.
