@@ -138,8 +138,8 @@ TEST(ParseData, ShortTailsWaitAndJunkKeepsOnlySevenBytes) {
 
 TEST(ParseData, OversizedFrameBlocksUntilResetAndRefusalKeepsFrames) {
   std::unique_ptr<CParseData> parser(NewParser(4096));
-  const std::vector<uint8_t> bytes = StreamBytes(
-      {{FRAME_TAG_I, std::vector<uint8_t>(100, 1), 1}, {FRAME_TAG_P, std::vector<uint8_t>(4096 - 32 - 100 - 32 - 30, 2), 2}});
+  const std::vector<uint8_t> bytes = StreamBytes({{FRAME_TAG_I, std::vector<uint8_t>(100, 1), 1},
+                                                  {FRAME_TAG_P, std::vector<uint8_t>(4096 - 32 - 100 - 32 - 30, 2), 2}});
   // Fill to the brim without draining; one byte more is refused and nothing is lost.
   ASSERT_EQ(parser->InputData(bytes.data(), static_cast<uint32_t>(bytes.size())), 0);
   const std::vector<uint8_t> more(parser->GetFreeSize() + 1, 3);

@@ -229,7 +229,8 @@ TEST(RecWriterGrec, RoundTripOfEncodedFramesThroughBothReaders) {
   ExpectSameFrames(mediatest::ReadAll(vendor.get()), frames);
   vendor->GetFileInfo(&info);
   EXPECT_EQ(info.nStreamKind, 1u);
-  const auto lastVideo = std::find_if(frames.rbegin(), frames.rend(), [](const Frame& f) { return IsVideoKind(f.tag); });
+  const auto lastVideo =
+      std::find_if(frames.rbegin(), frames.rend(), [](const Frame& f) { return IsVideoKind(f.tag); });
   EXPECT_EQ(info.u64FileEndPts, lastVideo->stampUs);
 }
 

@@ -81,10 +81,7 @@ TEST(EncodeAudio, HisiUnitsWrapTheG711Payload) {
       for (size_t i = 0; i < units.size(); ++i) {
         const std::vector<uint8_t>& u = units[i].data;
         ASSERT_EQ(u.size(), 4u + static_cast<size_t>(spf));
-        EXPECT_EQ(u[0], 0x00);
-        EXPECT_EQ(u[1], 0x01);
-        EXPECT_EQ(u[2], spf / 2);
-        EXPECT_EQ(u[3], 0x00);
+        EXPECT_EQ(std::vector<uint8_t>(u.begin(), u.begin() + 4), (std::vector<uint8_t>{0, 1, uint8_t(spf / 2), 0}));
         EXPECT_TRUE(std::equal(u.begin() + 4, u.end(), ref[i].data.begin(), ref[i].data.end()));
       }
     }

@@ -13,7 +13,8 @@ std::vector<TaggedFrame> Frames(uint64_t firstStamp) {
   const uint32_t tags[] = {kI, kP, kWave, kP, kData, kWave, kI | 0x05, kP};
   std::vector<TaggedFrame> frames;
   for (size_t i = 0; i < std::size(tags); ++i) {
-    frames.push_back({tags[i], std::vector<uint8_t>(5 + i * 11, static_cast<uint8_t>(0xA0 + i)), firstStamp + i * 40000});
+    frames.push_back(
+        {tags[i], std::vector<uint8_t>(5 + i * 11, static_cast<uint8_t>(0xA0 + i)), firstStamp + i * 40000});
   }
   return frames;
 }

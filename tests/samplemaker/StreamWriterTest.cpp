@@ -39,7 +39,8 @@ bool ReadAt(const std::vector<uint8_t>& b, size_t at, Read* out) {
     EXPECT_EQ(Le32(b, at + 12), 0u);
     EXPECT_EQ(Le64(b, at + 24), 0u);
   }
-  *out = {at, tag, StampAt(b, at), {b.begin() + static_cast<std::ptrdiff_t>(at + head), b.begin() + static_cast<std::ptrdiff_t>(at + head + length)}};
+  const auto payload = b.begin() + static_cast<std::ptrdiff_t>(at + head);
+  *out = {at, tag, StampAt(b, at), {payload, payload + length}};
   return true;
 }
 

@@ -93,7 +93,8 @@ TEST(EncodeVideo, DecodesToTheAskedPicturesAndKeyFrames) {
     std::vector<uint8_t> source;
     const int probe = c.frames - 1;
     MakePicture(probe, c.width, c.height, &source);
-    EXPECT_GT(LumaPsnr(source, pictures[static_cast<size_t>(probe)].luma, static_cast<size_t>(c.width) * c.height), 28.0);
+    const size_t lumaSize = static_cast<size_t>(c.width) * c.height;
+    EXPECT_GT(LumaPsnr(source, pictures[static_cast<size_t>(probe)].luma, lumaSize), 28.0);
     EXPECT_NE(pictures.front().luma, pictures.back().luma);
   }
 }
