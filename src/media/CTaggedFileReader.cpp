@@ -440,6 +440,15 @@ int CTaggedFileReader::ReadKeyFrameAt(uint64_t offset, FrameHead** frame) {
   return 0;
 }
 
+int CTaggedFileReader::StepIndexedKeyFrame(bool first, int32_t delta, FrameHead** frame) {
+  const int32_t cursor = first ? static_cast<int32_t>(SearchIndex(m_u64CurStamp)) : m_nIndexCursor + delta;
+  if (cursor < 0 || cursor >= static_cast<int32_t>(m_Index.size())) {
+    return 1;
+  }
+  m_nIndexCursor = cursor;
+  return ReadKeyFrameAt(m_Index[cursor].nOffset, frame);
+}
+
 int CTaggedFileReader::ReadNextKeyFrame(FrameHead** frame) {
   CAutoLock lock(&m_FileLock);
   if (frame == nullptr || m_pFile == nullptr) {
@@ -448,13 +457,7 @@ int CTaggedFileReader::ReadNextKeyFrame(FrameHead** frame) {
   const bool first = !m_bStepStarted;
   m_bStepStarted = true;
   if (!m_Index.empty()) {
-    const int32_t n = static_cast<int32_t>(m_Index.size());
-    const int32_t cursor = first ? static_cast<int32_t>(SearchIndex(m_u64CurStamp)) : m_nIndexCursor + 1;
-    if (cursor >= n) {
-      return 1;
-    }
-    m_nIndexCursor = cursor;
-    return ReadKeyFrameAt(m_Index[cursor].nOffset, frame);
+    return StepIndexedKeyFrame(first, +1, frame);
   }
   KeyFrameAt key;
   if (!FindKeyForward(first ? m_nCurFrameOffset : m_nKeyPos + 1, &key)) {
@@ -471,12 +474,7 @@ int CTaggedFileReader::ReadPrevKeyFrame(FrameHead** frame) {
   const bool first = !m_bStepStarted;
   m_bStepStarted = true;
   if (!m_Index.empty()) {
-    const int32_t cursor = first ? static_cast<int32_t>(SearchIndex(m_u64CurStamp)) : m_nIndexCursor - 1;
-    if (cursor < 0) {
-      return 1;
-    }
-    m_nIndexCursor = cursor;
-    return ReadKeyFrameAt(m_Index[cursor].nOffset, frame);
+    return StepIndexedKeyFrame(first, -1, frame);
   }
   uint64_t from = m_nCurFrameOffset;
   if (!first) {

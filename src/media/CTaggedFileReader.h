@@ -98,6 +98,9 @@ class CTaggedFileReader : public CRecFile {
   bool TargetStamp(int32_t ms, uint64_t* target) const;
   size_t SearchIndex(uint64_t target) const;
   uint64_t ProportionalOffset(uint64_t target) const;
+  // Key-frame stepping through the index: the first step after a reposition takes the entry
+  // nearest the current stamp, later ones move `delta` entries; 1 past either end.
+  int StepIndexedKeyFrame(bool first, int32_t delta, FrameHead** frame);
   bool FindKeyForward(uint64_t from, KeyFrameAt* key);
   bool FindKeyBackward(uint64_t from, KeyFrameAt* key);
   bool IsWholeFrame(uint64_t offset, const uint8_t* header) const;
