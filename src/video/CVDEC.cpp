@@ -52,4 +52,11 @@ void CVDEC::DeliverPicture(PictureKind kind, const void* record, const PictureIn
   }
 }
 
+void CVDEC::DeliverPicture(PictureKind kind, const void* record, const PictureInfo& picture) {
+  const int32_t strides[3] = {static_cast<int32_t>(picture.nYStride),
+                              static_cast<int32_t>(picture.nUVStride),
+                              static_cast<int32_t>(picture.nUVStride)};
+  DeliverPicture(kind, record, picture, strides, picture.u64Stamp);
+}
+
 }  // namespace zp

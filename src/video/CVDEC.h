@@ -84,6 +84,8 @@ class CVDEC {
   // Makes record the current picture and calls the picture callback with it.
   void DeliverPicture(PictureKind kind, const void* record, const PictureInfo& picture,
                       const int32_t strides[3], uint64_t u64Stamp);
+  // The same for pictures whose two chroma planes share one stride, stamped with the picture's.
+  void DeliverPicture(PictureKind kind, const void* record, const PictureInfo& picture);
 
   uint32_t m_nInit = 0;
   uint32_t m_nWaitKey = 1;

@@ -74,20 +74,16 @@ int CVDECHi265::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nL
     m_picture = m_outArgs;
   }
   SetSize(m_picture.uiDecWidth, m_picture.uiDecHeight);
-  PictureInfo picture;
-  picture.nKey = m_picture.bIsIntraPic;
-  picture.nWidth = m_picture.uiDecWidth;
-  picture.nHeight = m_picture.uiDecHeight;
-  picture.pY = m_picture.pucOutYUV[0];
-  picture.pU = m_picture.pucOutYUV[1];
-  picture.pV = m_picture.pucOutYUV[2];
-  picture.nYStride = m_picture.uiYStride;
-  picture.nUVStride = m_picture.uiUVStride;
-  picture.u64Stamp = u64Stamp;
-  const int32_t strides[3] = {static_cast<int32_t>(m_picture.uiYStride),
-                              static_cast<int32_t>(m_picture.uiUVStride),
-                              static_cast<int32_t>(m_picture.uiUVStride)};
-  DeliverPicture(kPictureIhw265d, &m_picture, picture, strides, u64Stamp);
+  const PictureInfo picture{.nKey = m_picture.bIsIntraPic,
+                            .nWidth = m_picture.uiDecWidth,
+                            .nHeight = m_picture.uiDecHeight,
+                            .pY = m_picture.pucOutYUV[0],
+                            .nYStride = m_picture.uiYStride,
+                            .pU = m_picture.pucOutYUV[1],
+                            .pV = m_picture.pucOutYUV[2],
+                            .nUVStride = m_picture.uiUVStride,
+                            .u64Stamp = u64Stamp};
+  DeliverPicture(kPictureIhw265d, &m_picture, picture);
   return 1;
 }
 

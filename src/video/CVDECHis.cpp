@@ -88,20 +88,16 @@ int32_t CVDECHis::DecodeLocked(const uint8_t* pData, uint32_t nLength) {
 
 void CVDECHis::Deliver(uint64_t u64Stamp) {
   SetSize(m_picture.uWidth, m_picture.uHeight);
-  PictureInfo picture;
-  picture.nKey = m_picture.bIsKeyFrame;
-  picture.nWidth = m_picture.uWidth;
-  picture.nHeight = m_picture.uHeight;
-  picture.pY = m_picture.pY;
-  picture.pU = m_picture.pU;
-  picture.pV = m_picture.pV;
-  picture.nYStride = m_picture.uYStride;
-  picture.nUVStride = m_picture.uUVStride;
-  picture.u64Stamp = u64Stamp;
-  const int32_t strides[3] = {static_cast<int32_t>(m_picture.uYStride),
-                              static_cast<int32_t>(m_picture.uUVStride),
-                              static_cast<int32_t>(m_picture.uUVStride)};
-  DeliverPicture(kPictureHi264, &m_picture, picture, strides, u64Stamp);
+  const PictureInfo picture{.nKey = m_picture.bIsKeyFrame,
+                            .nWidth = m_picture.uWidth,
+                            .nHeight = m_picture.uHeight,
+                            .pY = m_picture.pY,
+                            .nYStride = m_picture.uYStride,
+                            .pU = m_picture.pU,
+                            .pV = m_picture.pV,
+                            .nUVStride = m_picture.uUVStride,
+                            .u64Stamp = u64Stamp};
+  DeliverPicture(kPictureHi264, &m_picture, picture);
 }
 
 int CVDECHis::UnInit() {
