@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "AvAudio.h"
+#include "AvReference.h"
 #include "DiskAudio.h"
 #include "SampleEncoder.h"
 #include "VoiceTestSupport.h"
@@ -24,13 +24,8 @@ std::vector<int16_t> Sound(int samples, int start = 0) {
   return pcm;
 }
 
-std::vector<uint8_t> LowBytes(const std::vector<int16_t>& words) {
-  std::vector<uint8_t> bytes;
-  for (int16_t w : words) {
-    bytes.push_back(static_cast<uint8_t>(w & 0xFF));
-  }
-  return bytes;
-}
+// The vectors keep one code in the low byte of each word.
+std::vector<uint8_t> LowBytes(const std::vector<int16_t>& words) { return {words.begin(), words.end()}; }
 
 TEST(G711, MatchesItuSweepBothWaysBitForBit) {
   const std::vector<int16_t> source = ReadWords(kItu + "/g711/sweep.src");
@@ -79,7 +74,7 @@ TEST(VoiceEngine, UnitsDecodeAsLibavcodecWithStateAcrossUnits) {
     VoiceCodec encoder(c.type, true);
     VoiceCodec decoder(c.type, false);
     ASSERT_TRUE(encoder.ok() && decoder.ok());
-    AvAudioDecoder oracle(c.avName, {8000, 1, 0, c.bits, c.bits * 8000});
+    AvDecoder oracle(c.avName, {8000, 1, 0, c.bits, c.bits * 8000});
     ASSERT_TRUE(oracle.ok());
     const size_t payload = 160u * c.bits / 8;
     std::vector<int16_t> ours;
@@ -236,7 +231,7 @@ TEST(VoiceEngine, ImaAgreesWithLibavcodecImaWav) {
     ASSERT_TRUE(decoder.Decode(unit, &one));
     // The header's sample comes out first: 161 samples from 160 codes.
     ASSERT_EQ(one.size(), 161u);
-    AvAudioDecoder oracle("adpcm_ima_wav", {8000, 1, 84, 4, 0});
+    AvDecoder oracle("adpcm_ima_wav", {8000, 1, 84, 4, 0});
     ASSERT_TRUE(oracle.ok());
     std::vector<int16_t> theirs;
     ASSERT_TRUE(oracle.Decode(unit.data() + 4, 84, &theirs));
