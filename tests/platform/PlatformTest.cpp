@@ -60,13 +60,13 @@ TEST(Platform, AManualResetEventReleasesEveryWaiterUntilReset) {
   CEvent ev;
   EXPECT_FALSE(ev.Wait(0));
   EXPECT_FALSE(ev.Wait(5));
-  std::thread a([&] { EXPECT_TRUE(ev.Wait(kInfinite)); });
-  std::thread b([&] { EXPECT_TRUE(ev.Wait(kInfinite)); });
+  // Waiters with a deadline: a Set that released nobody fails the test rather than hang it.
+  std::thread a([&] { EXPECT_TRUE(ev.Wait(10000)); });
+  std::thread b([&] { EXPECT_TRUE(ev.Wait(10000)); });
   ev.Set();
   a.join();
   b.join();
-  EXPECT_TRUE(ev.Wait(0));
-  EXPECT_TRUE(ev.IsSet());
+  EXPECT_TRUE(ev.Wait(0) && ev.IsSet());
   ev.Reset();
   EXPECT_FALSE(ev.Wait(0));
 }
