@@ -60,8 +60,7 @@ TEST(Platform, AManualResetEventReleasesEveryWaiterUntilReset) {
   CEvent ev;
   EXPECT_FALSE(ev.Wait(0));
   EXPECT_FALSE(ev.Wait(5));
-  // Waiters with a deadline: a Set that released nobody fails the test rather than hang it.
-  std::thread a([&] { EXPECT_TRUE(ev.Wait(10000)); });
+  std::thread a([&] { EXPECT_TRUE(ev.Wait(10000)); });  // a lost Set fails, never hangs
   std::thread b([&] { EXPECT_TRUE(ev.Wait(10000)); });
   ev.Set();
   a.join();
