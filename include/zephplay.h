@@ -558,6 +558,61 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioEncoder(ZEPHPLAY_AUDIOENCO
 /** The sample rate of an AAC coder type (12: 8000 ... 25: 48000); 0 for any other type. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetAacSampleRate(uint32_t coderType);
 
+/* ---------------------------------------------------------------------------------------------
+ * Audio file player: plays a file of ADTS AAC frames (such as saved talk-back) on the default
+ * output device
+ *
+ * The whole file is read when play starts (it must be below 100 MiB and open for reading and
+ * writing); loading stops at the first bad header and what was read before it plays. The frame
+ * rate of the first header sets the pace: a frame lasts 1024000 / rate ms, truncated (21 ms at
+ * 48000 Hz, 128 ms at 8000 Hz), and play time counts frames handed to the device.
+ *
+ * Messages go to the callback on the sound device's thread: code 1 (progress) about once a
+ * second, code 2 once when the last frame has been handed out; seconds is the play time / 1000.
+ * The callback must not close the player, and should return quickly.
+ *
+ * The handle is the player itself: valid from ZEPHPLAY_AFPOpen until ZEPHPLAY_AFPClose, which
+ * frees it. One caller thread at a time per player. Every function returns 1 for a NULL player.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Opaque audio file player: made by ZEPHPLAY_AFPOpen, freed by ZEPHPLAY_AFPClose. */
+typedef struct ZEPHPLAY_AFP ZEPHPLAY_AFP;
+
+/** Player message: code 1 progress, 2 end of file; seconds played; the user value given. */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_AFPMsgCallBack)(int32_t code, uint32_t seconds, uint64_t user);
+
+/** Makes a player in *player. Returns 0; 1 when player is NULL or memory runs out. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPOpen(ZEPHPLAY_AFP** player);
+
+/** Stores the message callback (NULL: none) and its user value. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPSetFUNMsgCB(ZEPHPLAY_AFP* player, uint64_t user,
+                                                           ZEPHPLAY_AFPMsgCallBack callback);
+
+/**
+ * Loads the file at path (UTF-8) and starts playing it from the beginning; a player already
+ * playing starts over. Returns 0; 1 when path is NULL or the file cannot be opened for reading
+ * and writing, is empty or at least 100 MiB, or does not begin with a whole ADTS frame.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStartPlay(ZEPHPLAY_AFP* player, const char* path);
+
+/** As ZEPHPLAY_AFPStartPlay with a wide-character path. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStartPlayW(ZEPHPLAY_AFP* player, const wchar_t* path);
+
+/** *ms = frames loaded x frame duration. Returns 0; 1 for NULL arguments. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPGetTotalTime(ZEPHPLAY_AFP* player, uint32_t* ms);
+
+/** *ms = the play time (equal to the total time at the end). Returns 0; 1 for NULL arguments. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPGetPlayTime(ZEPHPLAY_AFP* player, uint32_t* ms);
+
+/** pause non-zero: silence plays and the position holds; zero: play on. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPPause(ZEPHPLAY_AFP* player, int32_t pause);
+
+/** Stops the sound; the loaded frames and the play time stay. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStopPlay(ZEPHPLAY_AFP* player);
+
+/** Stops and frees the player, which must not be used again. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPClose(ZEPHPLAY_AFP* player);
+
 #ifdef __cplusplus
 }
 #endif
