@@ -1,5 +1,5 @@
 #pragma once
-// The shared reference decoder under the name the audio decoder export tests still use.
+// The shared reference decoder under the name the decoder export and encoder tests still use.
 #include "AvReference.h"
 
 namespace zp::test {
