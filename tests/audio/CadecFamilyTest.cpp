@@ -17,8 +17,9 @@ using samples::AudioParams;
 
 // Every coder type's decoder describes its output consistently: 16-bit PCM whose block and byte
 // rate follow from the channels and rate, a frame length and pace that make about a second, an
-// output buffer that holds a frame. The values themselves show in the decoding checked below and
-// against libavcodec elsewhere. Types the factory does not know never start and play nothing.
+// output buffer that holds a frame; the voice-engine types (and the unknown ones) take units. The
+// values themselves show in the decoding checked below and against libavcodec elsewhere. Types the
+// factory does not know never start and play nothing.
 TEST(CadecFactory, EveryCoderTypeDescribesItsOutputConsistently) {
   std::vector<uint32_t> coders{100, 0xFFFFFFFF};
   for (uint32_t coder = 0; coder <= 27; ++coder) {
@@ -36,6 +37,7 @@ TEST(CadecFactory, EveryCoderTypeDescribesItsOutputConsistently) {
     EXPECT_NEAR(d->FrameMs() * d->FramePreSecond(), 1000.0, 30.0);
     EXPECT_GE(static_cast<uint32_t>(d->GetOutSize()), f.nAvgBytesPerSec * d->FrameMs() / 1000);
     const bool known = coder <= 25;
+    EXPECT_EQ(d->IsHisFrame(), coder <= 11 || coder == 16 || !known) << "voice-engine units";
     EXPECT_EQ(d->InitDecoder(1) != 0, known);
     if (!known) {
       EXPECT_TRUE(DecodeUnit(d.get(), MakeUnit(std::vector<uint8_t>(160, 0xD5))).empty());
