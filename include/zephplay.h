@@ -612,6 +612,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStopPlay(ZEPHPLAY_AFP* player);
 
 /** Stops and frees the player, which must not be used again. Returns 0. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPClose(ZEPHPLAY_AFP* player);
+
+/* ---------------------------------------------------------------------------------------------
  * Audio capture (talk-back)
  *
  * The microphone (SDL2's default capture device; SDL_AUDIODRIVER=disk with SDL_DISKAUDIOFILEIN
@@ -687,6 +689,49 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCapturePCM(ZEPHPLAY_AUDIOCA
  * the capture. Returns 0; -1 for NULL or when called from inside its own callback (nothing done).
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioCapture(ZEPHPLAY_AUDIOCAPTURE* capture);
+
+/**
+ * Starts capturing and encoding for a coder type into *ace: at the coder type's AAC rate in
+ * 1024-byte buffers for AAC types, else at 8000 Hz in 320-byte buffers. Each buffer is encoded
+ * as ZEPHPLAY_AudioEncoderFrame would (12-byte head, stamp = the millisecond tick x 1000 in 32
+ * bits, so it wraps about every 71.6 minutes) and queued (150 frames, 25000 bytes; a full queue
+ * is emptied); a worker thread of the object delivers the frames to callback (may be NULL).
+ * A coder type without an encoder captures but delivers nothing. Returns 0; -1 when ace is NULL
+ * or the device does not open.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEOpen(ZEPHPLAY_ACE** ace, int32_t coderType, uint64_t user,
+                                                   ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * Stops the worker (waiting for a delivery under way), then the capture, closes a save file and
+ * frees the object. Returns 0; -1 for NULL or from inside its own callback (nothing done).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEClose(ZEPHPLAY_ACE* ace);
+
+/**
+ * From now on appends each delivered frame's payload (without its 12-byte head) to a new
+ * temporary file "AudioFile..." in $TMPDIR (else /tmp), and restarts ZEPHPLAY_ACEGetTime.
+ * Returns 0; 1 when a file is open already (it stays) or none can be made; -1 for NULL.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEStartSaveToFile(ZEPHPLAY_ACE* ace);
+
+/** Closes the save file, which stays on disk. Returns 1 (always so); -1 for NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEStopSaveToFile(ZEPHPLAY_ACE* ace);
+
+/**
+ * Copies the last save file's path into path, which must hold 260 characters (at most 259 and
+ * the terminator are written; empty before the first save). Returns 0; -1 for NULL arguments.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetSavePath(ZEPHPLAY_ACE* ace, char* path);
+
+/** As ZEPHPLAY_ACEGetSavePath in wide characters (260 of them). */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetSavePathW(ZEPHPLAY_ACE* ace, wchar_t* path);
+
+/**
+ * *ms = the tick of the last delivery minus that of the first since open or the last
+ * ZEPHPLAY_ACEStartSaveToFile. Returns 0; -1 for NULL arguments.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetTime(ZEPHPLAY_ACE* ace, uint32_t* ms);
 
 /**
  * Never opens an echo canceller: logs the echo settings of ZEPHPLAY_SetAecParam and returns 1,
