@@ -7,7 +7,7 @@
 
 #include "audio/CADEC.h"
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "platform/Tick.h"
 
 namespace zp {
