@@ -1,49 +1,38 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <numeric>
 #include <thread>
 
 #include "SampleEncoder.h"
 #include "platform/CEvent.h"
 #include "video/CVDECH264.h"
-#include "video/IPictureOutput.h"
+#include "video/CDraw.h"
 
 namespace zp {
 namespace {
 
 constexpr uint32_t kDeadlineMs = 15000;
 
-// A display that waits in present until the test lets it go. Uploads read the whole luma plane,
-// as a texture upload does, so the thread checker sees them against the decoder's hand-over.
-class StalledOutput : public IPictureOutput {
+// A drawing object whose display waits in present until the test lets it go. Uploads also read
+// the whole luma plane, so the thread checker sees them against the decoder's hand-over.
+class StalledDraw : public CDraw {
  public:
-  int InitDraw(uint32_t nWidth, uint32_t nHeight) override {
-    m_nWidth = nWidth;
-    m_nHeight = nHeight;
-    return 0;
-  }
-  int FreeDraw() override { return InitDraw(0, 0); }
-  bool IsInit() const override { return m_nWidth != 0; }
-  uint32_t Width() const override { return m_nWidth; }
-  uint32_t Height() const override { return m_nHeight; }
   int Upload(const PictureInfo& p) override {
-    for (uint32_t row = 0; row < p.nHeight; ++row) {
-      for (uint32_t x = 0; x < p.nWidth; ++x) {
-        m_nSum += p.pY[static_cast<size_t>(row) * p.nYStride + x];
-      }
+    for (const uint8_t* row = p.pY; row < p.pY + size_t{p.nYStride} * p.nHeight; row += p.nYStride) {
+      m_nSum = std::accumulate(row, row + p.nWidth, m_nSum);
     }
-    return 0;
+    return CDraw::Upload(p);
   }
   int Present() override {
     presenting.Set();
     release.Wait(2 * kDeadlineMs);  // bounded, should the test fail before it releases
-    return 0;
+    return CDraw::Present();
   }
 
   platform::CEvent presenting, release;
 
  private:
-  uint32_t m_nWidth = 0, m_nHeight = 0;
   uint64_t m_nSum = 0;
 };
 
@@ -55,18 +44,13 @@ int Decode(CVDEC* dec, const samples::EncodedFrame& f) {
 // While one picture is being presented (and the present does not come back), the decoder
 // hands over every further picture: the present runs outside the picture lock.
 TEST(VideoThreads, ASlowPresentDoesNotHoldUpTheDecoder) {
-  samples::VideoParams p;
-  p.width = 176;
-  p.height = 144;
-  p.frames = 30;
-  p.gop = 10;
-  const auto frames = samples::EncodeVideo(p);
+  const auto frames = samples::EncodeVideo({.width = 176, .height = 144, .frames = 30, .gop = 10});
   ASSERT_EQ(frames.size(), 30u);
   CVDECH264 dec(false, nullptr);
   dec.InitDecoder(0);
   ASSERT_EQ(Decode(&dec, frames[0]), 1);
 
-  StalledOutput output;
+  StalledDraw output;
   std::thread drawer([&] { dec.DecodeData()->DrawFrame(&output); });
   const bool presenting = output.presenting.Wait(kDeadlineMs);
   std::atomic<int> pictures{0};
