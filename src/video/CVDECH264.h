@@ -14,10 +14,11 @@ extern "C" {
 
 namespace zp {
 
-// H.264, or HEVC when made for HEVC, through libavcodec (send/receive, one frame in, at most
-// one picture out), with optional hardware decoding through an IHwAccelGlue.
+// H.264, or HEVC when made for HEVC, through libavcodec's decode loop in AvDecoderCore (one
+// frame in, at most one picture out), with optional hardware decoding through an IHwAccelGlue.
 //
-// Hardware states: off (not wanted or not allowed), pending (wanted, waiting for a key frame
+// Hardware states (CVDEC::HwState, changed in HwTransition only): off (not wanted or not
+// allowed), pending (wanted, waiting for a key frame
 // whose parameter set gives a size), active (pictures presented by the glue; they do not enter
 // the picture path and DecodeOneFrame returns 1), unsupported (the first start failed: final
 // for this object). Failed is transient: after a presentation failure nothing is shown until
