@@ -5,7 +5,7 @@
 
 #include "audio/AudioHead.h"
 #include "audio/CADEC.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 namespace {

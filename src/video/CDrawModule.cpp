@@ -7,7 +7,7 @@
 #include <mutex>
 
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "platform/Tick.h"
 
 namespace zp {
