@@ -5,8 +5,8 @@
 
 #include "common/CAutoLock.h"
 #include "common/CLibraryConfig.h"
-#include "common/Settings.h"
 #include "common/LogAccess.h"
+#include "common/Settings.h"
 #include "platform/LocalTime.h"
 #include "platform/TempFile.h"
 #include "platform/Tick.h"
