@@ -1,7 +1,7 @@
 #pragma once
 #include <cstdint>
 
-#include "media/FrameFormat.h"
+#include "common/ByteOrder.h"
 
 namespace zp {
 

@@ -8,7 +8,7 @@
 #include "audio/CADECHis.h"
 #include "audio/CADECNelly.h"
 #include "audio/CADECPcm.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "audio/AdtsHeader.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 namespace {

@@ -1,6 +1,6 @@
 #include "audio/CADECHis.h"
 
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 

@@ -1,6 +1,6 @@
 #include "audio/CAudioCacheControl.h"
 
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "platform/Tick.h"
 
 namespace zp {

@@ -6,7 +6,7 @@
 #include "audio/AudioHead.h"
 #include "audio/CADEC.h"
 #include "audio/CADECG711.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 namespace {

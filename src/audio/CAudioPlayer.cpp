@@ -6,7 +6,8 @@
 #include "audio/AudioHead.h"
 #include "audio/CADEC.h"
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/FrameTypes.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 namespace {

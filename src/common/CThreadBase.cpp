@@ -3,7 +3,7 @@
 #include <functional>
 #include <system_error>
 
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "platform/ThreadId.h"
 
 namespace zp {

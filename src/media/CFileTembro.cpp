@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 

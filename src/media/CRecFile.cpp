@@ -4,7 +4,7 @@
 #include <new>
 
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "media/CFileH264.h"
 #include "media/CFileTembro.h"
 #include "media/PathSuffix.h"

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "platform/LocalTime.h"
 
 namespace zp {

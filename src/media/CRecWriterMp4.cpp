@@ -1,6 +1,6 @@
 #include "media/CRecWriterMp4.h"
 
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 

@@ -16,6 +16,9 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/ByteOrder.h"
+#include "common/FrameTypes.h"
+
 namespace zp {
 
 // Frame kinds: the tag with its sub-code byte cleared.
@@ -25,13 +28,6 @@ inline constexpr uint32_t FRAME_TAG_AUDIO = 0x63643200;  // "2dc" audio of live 
 inline constexpr uint32_t FRAME_TAG_WAVE = 0x62773100;   // "1wb" audio of recorded files
 inline constexpr uint32_t FRAME_TAG_EXT = 0x63643800;    // "8dc" auxiliary frame
 inline constexpr uint32_t FRAME_TAG_DATA = 0x63643900;   // "9dc" user data frame
-
-// Player frame types, made from whole tag words by TagToFrameType.
-inline constexpr uint32_t FRAME_TYPE_I = 0x63643030;
-inline constexpr uint32_t FRAME_TYPE_P = 0x63643130;
-inline constexpr uint32_t FRAME_TYPE_AUDIO = 0x63643230;
-inline constexpr uint32_t FRAME_TYPE_DATA = 0x63643930;
-inline constexpr uint32_t FRAME_TYPE_UNKNOWN = 0x63643939;
 
 inline constexpr uint32_t kVideoHeadLength = 32;
 inline constexpr uint32_t kShortHeadLength = 16;
@@ -58,28 +54,6 @@ struct StreamFrame {
   uint32_t nPayloadOffset = 0;     // from the start of the parser buffer
   uint64_t u64Stamp = 0;           // 0 for kinds without a stamp
 };
-
-inline uint32_t ReadU32(const uint8_t* p) {
-  uint32_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;  // the formats are little-endian, like every platform we build for
-}
-
-inline uint64_t ReadU64(const uint8_t* p) {
-  uint64_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
-
-inline uint16_t ReadU16(const uint8_t* p) {
-  uint16_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
-
-inline void WriteU16(uint8_t* p, uint16_t v) { std::memcpy(p, &v, sizeof v); }
-inline void WriteU32(uint8_t* p, uint32_t v) { std::memcpy(p, &v, sizeof v); }
-inline void WriteU64(uint8_t* p, uint64_t v) { std::memcpy(p, &v, sizeof v); }
 
 inline constexpr uint32_t TagKind(uint32_t tag) { return tag & 0xFFFFFF00u; }
 inline constexpr uint32_t TagSubCode(uint32_t tag) { return tag & 0xFFu; }

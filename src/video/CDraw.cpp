@@ -1,6 +1,6 @@
 #include "video/CDraw.h"
 
-#include "interface/config/Settings.h"
+#include "common/Settings.h"
 
 namespace zp {
 

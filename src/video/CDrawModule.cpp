@@ -13,7 +13,7 @@ extern "C" {
 #include <mutex>
 
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "platform/Tick.h"
 
 namespace zp {

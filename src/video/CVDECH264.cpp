@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "common/CAutoLock.h"
-#include "interface/config/CLibraryConfig.h"
-#include "interface/config/Settings.h"
-#include "interface/log/LogAccess.h"
+#include "common/CLibraryConfig.h"
+#include "common/Settings.h"
+#include "common/LogAccess.h"
 #include "platform/LocalTime.h"
 #include "platform/TempFile.h"
 #include "platform/Tick.h"

@@ -1,7 +1,7 @@
 #include "video/CVDECHis.h"
 
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 

@@ -5,7 +5,7 @@ extern "C" {
 }
 
 #include "common/CAutoLock.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "platform/Tick.h"
 #include "video/CDraw.h"
 #include "video/Hi264Dec.h"

@@ -1,6 +1,6 @@
 #include "video/KeyFrameToBmp.h"
 
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "video/CVDECH264.h"
 #include "video/PictureCapture.h"
 

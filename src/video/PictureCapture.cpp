@@ -14,7 +14,7 @@ extern "C" {
 }
 
 #include "common/ColorTables.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 

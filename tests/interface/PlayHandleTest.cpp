@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "interface/PlayHandle.h"
-#include "interface/config/Settings.h"
+#include "common/Settings.h"
 
 using namespace zp;
 

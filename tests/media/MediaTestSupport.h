@@ -13,7 +13,7 @@
 
 #include "GrecWriter.h"
 #include "StreamWriter.h"
-#include "interface/TempDir.h"
+#include "common/TempDir.h"
 #include "media/CRecFile.h"
 #include "media/FrameFormat.h"
 

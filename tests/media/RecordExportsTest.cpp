@@ -6,7 +6,7 @@
 #include <iterator>
 #include <vector>
 
-#include "interface/TempDir.h"
+#include "common/TempDir.h"
 #include "zephplay.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include "GrecWriter.h"
 #include "SampleTestSupport.h"
-#include "interface/TempDir.h"
+#include "common/TempDir.h"
 
 namespace zp::samples {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "SampleEncoder.h"
 #include "VideoTestSupport.h"
-#include "interface/config/CLibraryConfig.h"
+#include "common/CLibraryConfig.h"
 #include "video/CVDECH264.h"
 #include "video/CVDECHi265.h"
 #include "video/CVDECHis.h"

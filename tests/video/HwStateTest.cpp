@@ -9,7 +9,7 @@ extern "C" {
 
 #include "SampleEncoder.h"
 #include "VideoTestSupport.h"
-#include "interface/config/Settings.h"
+#include "common/Settings.h"
 #include "video/CVDECH264.h"
 
 namespace zp {

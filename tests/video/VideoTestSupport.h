@@ -24,7 +24,7 @@ extern "C" {
 }
 
 #include "SampleEncoder.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "video/PictureInfo.h"
 
 namespace zp::videotest {

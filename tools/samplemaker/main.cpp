@@ -11,9 +11,7 @@
 
 #include "SampleEncoder.h"
 #include "StreamWriter.h"
-#ifdef ZP_SAMPLES_HAVE_GREC
 #include "GrecWriter.h"
-#endif
 
 namespace {
 
@@ -217,12 +215,6 @@ int ParseArgs(int argc, char** argv, Options* o) {
       ++i;
     }
   }
-#ifndef ZP_SAMPLES_HAVE_GREC
-  if (o->format == "grec") {
-    std::fprintf(stderr, "zephplay-samplemaker: this build has no GREC writer\n");
-    return 1;
-  }
-#endif
   if (o->output.empty()) {
     std::fprintf(stderr, "zephplay-samplemaker: no output file (-o FILE); see --help\n");
     return 2;
@@ -274,7 +266,6 @@ bool WriteOutput(const Options& o, const std::vector<EncodedFrame>& video, const
     const uint32_t tag = o.audioTag >= 0 ? static_cast<uint32_t>(o.audioTag) : (file ? kFileAudioTag : kStreamAudioTag);
     std::vector<TaggedFrame> frames = MergeFrames(video, audio, tag);
     const uint64_t period = StretchUs(o, audio.size());
-#ifdef ZP_SAMPLES_HAVE_GREC
     if (o.format == "grec") {
       GrecOptions g;
       g.repeat = static_cast<uint32_t>(o.repeat);
@@ -286,7 +277,6 @@ bool WriteOutput(const Options& o, const std::vector<EncodedFrame>& video, const
       *size = r.fileSize;
       return r.ok;
     }
-#endif
     if (o.repeat > 1) {
       frames = RepeatFrames(frames, o.repeat, period);
     }

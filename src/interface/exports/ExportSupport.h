@@ -2,7 +2,7 @@
 #include <exception>
 
 #include "interface/PlayHandle.h"
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 #include "zephplay.h"
 
 namespace zp {

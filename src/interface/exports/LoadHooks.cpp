@@ -1,5 +1,5 @@
 // The library's load and unload hooks (DllMain's attach and detach on Windows).
-#include "interface/LibraryFrame.h"
+#include "common/LibraryFrame.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "interface/config/CLibraryConfig.h"
-#include "interface/config/Settings.h"
+#include "common/CLibraryConfig.h"
+#include "common/Settings.h"
 #include "interface/exports/ExportSupport.h"
 #include "platform/ProcessLimits.h"
 

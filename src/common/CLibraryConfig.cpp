@@ -1,4 +1,4 @@
-#include "interface/config/CLibraryConfig.h"
+#include "common/CLibraryConfig.h"
 
 #include "platform/ModulePath.h"
 

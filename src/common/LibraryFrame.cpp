@@ -1,9 +1,9 @@
-#include "interface/LibraryFrame.h"
+#include "common/LibraryFrame.h"
 
 #include "common/ColorTables.h"
-#include "interface/config/CLibraryConfig.h"
-#include "interface/config/Settings.h"
-#include "interface/log/LogAccess.h"
+#include "common/CLibraryConfig.h"
+#include "common/Settings.h"
+#include "common/LogAccess.h"
 
 namespace zp {
 

@@ -1,9 +1,9 @@
-// zephplay: the command-line front end of libzephplay.
-//   zephplay            prints the library's version and the configuration it loaded
-//   zephplay --version  prints the version only
+// zephplay [info]       the library's version and the configuration it loaded
+// zephplay --version    the version only
 #include <cstdio>
 #include <cstring>
 
+#include "Commands.h"
 #include "zephplay.h"
 
 namespace {
@@ -36,13 +36,11 @@ int PrintInfo(bool versionOnly) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  if (argc > 1 && std::strcmp(argv[1], "--version") == 0) {
-    return PrintInfo(true);
-  }
-  if (argc > 1) {
-    std::fprintf(stderr, "usage: zephplay [--version]\n");
+int RunInfo(int argc, char** argv) {
+  const bool versionOnly = argc > 0 && std::strcmp(argv[0], "--version") == 0;
+  if (argc > (versionOnly ? 1 : 0)) {
+    std::fprintf(stderr, "usage: zephplay [info | --version]\n");
     return 2;
   }
-  return PrintInfo(false);
+  return PrintInfo(versionOnly);
 }

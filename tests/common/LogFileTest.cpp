@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "TempDir.h"
-#include "interface/log/CLogFile2.h"
+#include "common/CLogFile2.h"
 
 using zp::CLogFile2;
 

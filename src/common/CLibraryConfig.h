@@ -2,7 +2,7 @@
 #include <mutex>
 #include <string>
 
-#include "interface/config/CIniFile.h"
+#include "common/CIniFile.h"
 
 namespace zp {
 

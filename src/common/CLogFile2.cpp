@@ -1,4 +1,4 @@
-#include "interface/log/CLogFile2.h"
+#include "common/CLogFile2.h"
 
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/spdlog.h>

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "TempDir.h"
-#include "interface/config/CIniFile.h"
+#include "common/CIniFile.h"
 
 using zp::CIniFile;
 

@@ -1,4 +1,4 @@
-#include "interface/log/LogAccess.h"
+#include "common/LogAccess.h"
 
 #include <atomic>
 #include <cstdarg>

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "TempDir.h"
-#include "interface/config/CLibraryConfig.h"
+#include "common/CLibraryConfig.h"
 
 using zp::CLibraryConfig;
 

@@ -1,4 +1,4 @@
-#include "interface/config/CIniFile.h"
+#include "common/CIniFile.h"
 
 #include <ini.h>
 #include <strings.h>

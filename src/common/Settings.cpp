@@ -1,4 +1,4 @@
-#include "interface/config/Settings.h"
+#include "common/Settings.h"
 
 namespace zp {
 

@@ -1,7 +1,7 @@
 #pragma once
 #include <string>
 
-#include "interface/log/CLogFile2.h"
+#include "common/CLogFile2.h"
 
 namespace zp {
 

@@ -1,0 +1,5 @@
+#pragma once
+// The subcommands of the zephplay tool. Each takes the arguments after its own name and returns
+// the process exit code: 0 done, 1 failed (a one-line reason was printed), 2 bad usage.
+
+int RunInfo(int argc, char** argv);
