@@ -1,9 +1,13 @@
 // Decoding speed as a multiple of real time ("x_realtime": seconds of sound per second of
 // work), each of our decoders next to libavcodec's decoder for the same coded data in the same
 // run. Ten seconds of the sample maker's sound per codec, decoded unit by unit as the wave-out
-// does; the libavcodec side is a bare send/receive loop with no copy out.
+// does; the libavcodec side is a bare send/receive loop with no copy out. Either side that gives
+// a sample count other than the sound's length (within a percent and two frames), or silence,
+// fails the benchmark.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 #include <vector>
 
@@ -23,7 +27,17 @@ struct Coded {
   Units units;          // what our decoder takes, one call each
   Units avPackets;      // the same coded bytes as libavcodec takes them
   double seconds = 0;   // of sound
+  int rate = 8000;
+  int channels = 1;
+  int frameSamples = 160;  // per channel in one unit
 };
+
+// True when `perChannel` samples are the coded sound's length, give or take a percent (IMA's
+// header sample) and two frames (a codec's start-up delay).
+bool LengthRight(const Coded& coded, uint64_t perChannel) {
+  const double expected = coded.seconds * coded.rate;
+  return std::fabs(static_cast<double>(perChannel) - expected) <= expected / 100 + 2.0 * coded.frameSamples;
+}
 
 std::vector<int16_t> Sound(int rate, int channels) {
   std::vector<int16_t> pcm;
@@ -44,6 +58,9 @@ const Coded& Aac() {
     }
     c.avPackets = c.units;  // libavcodec reads the ADTS header in the packet as well
     c.seconds = c.units.size() * 1024.0 / 48000;
+    c.rate = 48000;
+    c.channels = 2;
+    c.frameSamples = 1024;
     return c;
   }();
   return coded;
@@ -115,21 +132,28 @@ void Report(benchmark::State& state, double seconds) {
 void Ours(benchmark::State& state, const Coded& coded, uint32_t coderType) {
   std::unique_ptr<zp::CADEC> decoder(zp::CADEC::S_InitAudioDecoder(coderType, 0));
   std::vector<int16_t> out(static_cast<size_t>(decoder->GetOutSize()) / 2);
+  uint16_t n = 0;
   for (auto _ : state) {
     state.PauseTiming();
     decoder->InitDecoder(1);  // a fresh stream each time, as libavcodec's side gets
     state.ResumeTiming();
     uint64_t samples = 0;
     for (const auto& unit : coded.units) {
-      uint16_t n = static_cast<uint16_t>(decoder->GetOutSize());
+      n = static_cast<uint16_t>(decoder->GetOutSize());
       decoder->DecoderFrame(unit.data(), static_cast<int32_t>(unit.size()), out.data(), &n);
       samples += n;
     }
     benchmark::DoNotOptimize(samples);
-    if (samples == 0) {
-      state.SkipWithError("our decoder gave nothing");
+    if (!LengthRight(coded, samples / static_cast<uint64_t>(coded.channels))) {
+      state.SkipWithError("our decoder gave the wrong number of samples");
       break;
     }
+  }
+  // The last unit's PCM is still in `out`, and the sound never falls silent.
+  const auto last = out.begin() + std::min<size_t>(n, out.size());
+  if (!state.error_occurred() && std::all_of(out.begin(), last, [](int16_t v) { return v == 0; })) {
+    state.SkipWithError("our decoder gave silence");
+    return;
   }
   Report(state, coded.seconds);
 }
@@ -144,8 +168,8 @@ void Libavcodec(benchmark::State& state, const Coded& coded, const char* name, z
       samples += av.DecodeBare(packet.data(), packet.size());
     }
     benchmark::DoNotOptimize(samples);
-    if (samples == 0) {
-      state.SkipWithError("libavcodec gave nothing");
+    if (samples < 0 || !LengthRight(coded, static_cast<uint64_t>(samples))) {
+      state.SkipWithError("libavcodec gave the wrong number of samples");
       break;
     }
   }

@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -133,32 +134,46 @@ zp::CVDECH264& PictureHolder() {
 
 std::string CapturePath(const char* name) { return zp::platform::TempDirectory() + name; }
 
-void BM_CaptureBMP(benchmark::State& state) {
-  const std::string path = CapturePath("zephplay-bench.bmp");
-  zp::CVDECH264& decoder = PictureHolder();
+// Runs one capture per iteration into a fresh path and fails the benchmark unless the last one
+// left a file of at least `minBytes` there.
+template <typename Capture>
+void TimeCapture(benchmark::State& state, const char* name, uintmax_t minBytes, Capture capture) {
+  const std::string path = CapturePath(name);
+  std::remove(path.c_str());
   for (auto _ : state) {
-    benchmark::DoNotOptimize(decoder.CaptureBMP(path.c_str()));
+    benchmark::DoNotOptimize(capture(path.c_str()));
+  }
+  std::error_code error;
+  const uintmax_t written = std::filesystem::file_size(path, error);
+  if (error || written < minBytes) {
+    state.SkipWithError("no picture file written");
   }
   std::remove(path.c_str());
 }
 
-void BM_CaptureJPEG(benchmark::State& state) {
-  const std::string path = CapturePath("zephplay-bench.jpg");
+constexpr uintmax_t kBmpBytes = 54 + uintmax_t{kWidth} * kHeight * 3;
+
+void BM_CaptureBMP(benchmark::State& state) {
   zp::CVDECH264& decoder = PictureHolder();
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(decoder.CaptureJPEG(path.c_str()));
-  }
-  std::remove(path.c_str());
+  TimeCapture(state, "zephplay-bench.bmp", kBmpBytes, [&](const char* path) { return decoder.CaptureBMP(path); });
+}
+
+void BM_CaptureJPEG(benchmark::State& state) {
+  zp::CVDECH264& decoder = PictureHolder();
+  TimeCapture(state, "zephplay-bench.jpg", 1, [&](const char* path) { return decoder.CaptureJPEG(path); });
 }
 
 // Baseline: the bytes of a 1080p BMP written with one fwrite, nothing converted.
 void BM_FwriteBmpBytes(benchmark::State& state) {
   const std::string path = CapturePath("zephplay-bench.raw");
-  const std::vector<uint8_t> bytes(54 + static_cast<size_t>(kWidth) * kHeight * 3, 0x5A);
+  const std::vector<uint8_t> bytes(kBmpBytes, 0x5A);
   for (auto _ : state) {
     std::FILE* f = std::fopen(path.c_str(), "wb");
-    std::fwrite(bytes.data(), 1, bytes.size(), f);
-    std::fclose(f);
+    const bool written = f != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), f) == bytes.size();
+    if (f == nullptr || std::fclose(f) != 0 || !written) {
+      state.SkipWithError("write failed");
+      break;
+    }
   }
   std::remove(path.c_str());
 }

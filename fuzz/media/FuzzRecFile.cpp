@@ -1,4 +1,5 @@
 // Both readers on arbitrary files: open, read everything, seek, step both ways, rewind.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -17,7 +18,8 @@ void Exercise(zp::CRecFile* reader, uint8_t steps) {
   }
   zp::FileInfo info;
   reader->GetFileInfo(&info);
-  const int32_t total = static_cast<int32_t>(info.nTotalMinSecond & 0x7FFFFFFF);
+  // Capped one below the largest int32 so that total + 1 (one past the end) stays defined.
+  const int32_t total = static_cast<int32_t>(std::min<uint32_t>(info.nTotalMinSecond, INT32_MAX - 1));
   for (int32_t ms : {0, total / 3, total / 2, total, total + 1, -1}) {
     uint32_t offset = 0;
     reader->ReadTimeOffset(ms, &offset);

@@ -10,9 +10,9 @@ int CADECG711::InitDecoder(uint32_t) { return 1; }
 
 int CADECG711::DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16_t* outLen) {
   *outLen = 0;
-  // Recorders send whole 10 ms pieces; anything else is not G.711 from them. The output holds
-  // GetOutSize() bytes, so longer input is refused as well.
-  if (in == nullptr || len <= 0 || len % 80 != 0 || len * 2 > GetOutSize()) {
+  // Anything but whole 10 ms pieces is not G.711 from a recorder. The output holds GetOutSize()
+  // bytes, so longer input is refused as well: the stand-alone decoder cuts it.
+  if (in == nullptr || len <= 0 || len % kStepBytes != 0 || len * 2 > GetOutSize()) {
     return 0;
   }
   if (m_nCoderType == 17) {

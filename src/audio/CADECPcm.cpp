@@ -13,6 +13,7 @@ int CADECPcm::InitDecoder(uint32_t) { return 1; }
 
 int CADECPcm::DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16_t* outLen) {
   *outLen = 0;
+  // The output holds GetOutSize() bytes; the stand-alone decoder cuts longer buffers.
   if (in == nullptr || len <= 0 || len > GetOutSize()) {
     return 0;
   }

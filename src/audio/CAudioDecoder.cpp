@@ -5,6 +5,7 @@
 
 #include "audio/AudioHead.h"
 #include "audio/CADEC.h"
+#include "audio/CADECG711.h"
 #include "common/LogAccess.h"
 
 namespace zp {
@@ -93,13 +94,20 @@ uint32_t CAudioDecoder::DecodeOne(const uint8_t* in, uint32_t len, uint8_t* out,
   return bytes;
 }
 
-uint32_t CAudioDecoder::AudioDecoderFrame(const uint8_t* in, uint32_t len, uint8_t* out, uint32_t capacity) {
-  if (m_pDecoder == nullptr || in == nullptr || out == nullptr || len == 0) {
-    return 0;
+CAudioDecoder::Step CAudioDecoder::StepOf(uint32_t nCoderType) {
+  switch (nCoderType) {
+    case 17:
+    case 18:
+      return {CADECG711::kStepBytes, 2 * CADECG711::kStepBytes, true};
+    case 20:
+    case 21:
+      return {sizeof(int16_t), sizeof(int16_t), false};  // half a sample at the end is dropped
+    default:
+      return {};  // one frame per call
   }
-  if (!m_pDecoder->IsHisFrame()) {
-    return DecodeOne(in, std::min<uint32_t>(len, INT32_MAX), out, capacity);
-  }
+}
+
+uint32_t CAudioDecoder::DecodeUnits(const uint8_t* in, uint32_t len, uint8_t* out, uint32_t capacity) {
   uint32_t offset = 0;
   uint32_t written = 0;
   while (len - offset >= 4 && in[offset] == 0x00 && in[offset + 1] == 0x01) {
@@ -111,6 +119,45 @@ uint32_t CAudioDecoder::AudioDecoderFrame(const uint8_t* in, uint32_t len, uint8
     offset += unit;
   }
   return written;
+}
+
+// One call of the decoder gives at most GetOutSize() bytes, so a longer buffer goes in pieces of
+// whole steps, as many as the output has room for.
+uint32_t CAudioDecoder::DecodeSteps(const uint8_t* in, uint32_t len, uint8_t* out, uint32_t capacity, Step step) {
+  if (step.wholeOnly && len % step.in != 0) {
+    LogError("%s len:%u is not whole pieces of %u", "CAudioDecoder::AudioDecoderFrame", len, step.in);
+    return 0;
+  }
+  const auto outSize = static_cast<uint32_t>(m_pDecoder->GetOutSize());
+  const uint32_t perCall = std::min(outSize, kScratchBytes) / step.out;
+  uint32_t offset = 0;
+  uint32_t written = 0;
+  for (;;) {
+    const uint32_t steps = std::min({(len - offset) / step.in, perCall, (capacity - written) / step.out});
+    if (steps == 0) {
+      return written;
+    }
+    const uint32_t bytes = DecodeOne(in + offset, steps * step.in, out + written, capacity - written);
+    if (bytes == 0) {
+      return written;
+    }
+    offset += steps * step.in;
+    written += bytes;
+  }
+}
+
+uint32_t CAudioDecoder::AudioDecoderFrame(const uint8_t* in, uint32_t len, uint8_t* out, uint32_t capacity) {
+  if (m_pDecoder == nullptr || in == nullptr || out == nullptr || len == 0) {
+    return 0;
+  }
+  if (m_pDecoder->IsHisFrame()) {
+    return DecodeUnits(in, len, out, capacity);
+  }
+  const Step step = StepOf(m_pDecoder->CoderType());
+  if (step.in == 0) {
+    return DecodeOne(in, std::min<uint32_t>(len, INT32_MAX), out, capacity);
+  }
+  return DecodeSteps(in, len, out, capacity, step);
 }
 
 }  // namespace zp
