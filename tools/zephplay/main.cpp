@@ -16,6 +16,7 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"info", RunInfo, "info                 the version and the configuration loaded"},
+    {"afp", RunAfp, "afp FILE.aac         plays an AAC (ADTS) file with a progress bar"},
 };
 
 int Usage() {
