@@ -30,7 +30,7 @@ void ZEPHPLAY_CALL OnMessage(int32_t code, uint32_t seconds, uint64_t user) {
 
 void PrintBar(uint32_t seconds, uint32_t totalMs, bool terminal) {
   constexpr int kWidth = 40;
-  const uint32_t totalSeconds = (totalMs + 999) / 1000;
+  const uint32_t totalSeconds = totalMs / 1000;
   const int filled = totalSeconds == 0 ? kWidth : static_cast<int>(kWidth * std::min(seconds, totalSeconds) / totalSeconds);
   std::printf("%s[%.*s%*s] %u:%02u / %u:%02u%s", terminal ? "\r" : "", filled,
               "########################################", kWidth - filled, "", seconds / 60, seconds % 60,
