@@ -612,6 +612,91 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStopPlay(ZEPHPLAY_AFP* player);
 
 /** Stops and frees the player, which must not be used again. Returns 0. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPClose(ZEPHPLAY_AFP* player);
+ * Audio capture (talk-back)
+ *
+ * The microphone (SDL2's default capture device; SDL_AUDIODRIVER=disk with SDL_DISKAUDIOFILEIN
+ * reads a raw file instead) recorded as PCM and handed to the caller in whole buffers, cleaned
+ * by noise suppression when ZEPHPLAY_SetUseSpeex was non-zero at open (16-bit mono only). The
+ * capture-and-encode family (ZEPHPLAY_ACE...) also encodes each buffer in a recorder's audio
+ * format and delivers the encoded frames from a worker thread of its own, optionally saving
+ * them to a temporary file. Every handle is the object itself; every call but an open returns
+ * -1 for a NULL handle. Close a handle from a thread other than its callback's.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Opaque capture: made by ZEPHPLAY_OpenAudioCapture(Ex/Aac/PCM), freed by ZEPHPLAY_CloseAudioCapture. */
+typedef struct ZEPHPLAY_AUDIOCAPTURE ZEPHPLAY_AUDIOCAPTURE;
+/** Opaque capture-and-encode: made by ZEPHPLAY_ACEOpen, freed by ZEPHPLAY_ACEClose. */
+typedef struct ZEPHPLAY_ACE ZEPHPLAY_ACE;
+/** Opaque echo canceller (ZEPHPLAY_OpenEchoCancellation never makes one at present). */
+typedef struct ZEPHPLAY_ECHO ZEPHPLAY_ECHO;
+
+/** The caller's capture format (the WAVEFORMATEX fields); only 1 (PCM) is taken as format tag. */
+typedef struct ZEPHPLAY_WAVEFORMAT {
+  uint16_t wFormatTag;
+  uint16_t nChannels;       /* 1 or 2 */
+  uint32_t nSamplesPerSec;
+  uint32_t nAvgBytesPerSec; /* not read */
+  uint16_t nBlockAlign;     /* not read */
+  uint16_t wBitsPerSample;  /* 8 (unsigned) or 16 (signed) */
+  uint16_t cbSize;          /* not read */
+} ZEPHPLAY_WAVEFORMAT;
+
+/**
+ * Receives one captured buffer: PCM bytes (a plain capture), or one encoded frame with its
+ * 12-byte head, u32 payload length and u64 stamp (capture-and-encode).
+ * Thread: a plain capture calls it on the sound device's capture thread (SDL's); capture-and-
+ * encode on its own worker thread. Calls of one handle never overlap.
+ * data: valid only during the call; copy what you keep. len: bytes at data. user: the value
+ * given at open, passed back unchanged.
+ * No call comes once the close of its handle has returned. Inside the callback, any export of
+ * other handles may be called; closing its own handle is refused with -1 (it would wait for
+ * the callback itself).
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_AudioCaptureCallBack)(const uint8_t* data, uint32_t len, uint64_t user);
+
+/**
+ * Starts capturing 16-bit mono PCM at 8000 Hz in buffers of 320 bytes (20 ms) into *capture.
+ * callback may be NULL (nothing is delivered). Returns 0; -1 when capture is NULL or the
+ * device does not open.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCapture(ZEPHPLAY_AUDIOCAPTURE** capture, uint64_t user,
+                                                            ZEPHPLAY_AudioCaptureCallBack callback);
+
+/** As ZEPHPLAY_OpenAudioCapture at the given rate (Hz), still in buffers of 320 bytes. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCaptureEx(ZEPHPLAY_AUDIOCAPTURE** capture, uint32_t rate,
+                                                              uint64_t user, ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * As ZEPHPLAY_OpenAudioCapture at the AAC rate of an AAC coder type (see
+ * ZEPHPLAY_GetAacSampleRate), in buffers of 1024 bytes. -1 also for a coder type that is not AAC.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCaptureAac(ZEPHPLAY_AUDIOCAPTURE** capture, int32_t coderType,
+                                                               uint64_t user, ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * As ZEPHPLAY_OpenAudioCapture in the caller's PCM format and buffer size (bytes). format is
+ * read during the call only. -1 also for a NULL format, a size of 0 or a format that is not
+ * 8- or 16-bit PCM on 1 or 2 channels.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCapturePCM(ZEPHPLAY_AUDIOCAPTURE** capture,
+                                                               const ZEPHPLAY_WAVEFORMAT* format, uint32_t bufferSize,
+                                                               uint64_t user, ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * Stops capturing (a partly filled buffer is dropped), waits for a callback under way and frees
+ * the capture. Returns 0; -1 for NULL or when called from inside its own callback (nothing done).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioCapture(ZEPHPLAY_AUDIOCAPTURE* capture);
+
+/**
+ * Never opens an echo canceller: logs the echo settings of ZEPHPLAY_SetAecParam and returns 1,
+ * leaving *echo untouched. Kept so: callers treat 1 as "no echo cancellation here".
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenEchoCancellation(ZEPHPLAY_ECHO** echo, ZEPHPLAY_AUDIOPLAYER* player,
+                                                                ZEPHPLAY_AUDIOCAPTURE* capture);
+
+/** Stops and closes an echo canceller. Returns 0; 1 for NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseEchoCancellation(ZEPHPLAY_ECHO* echo);
 
 #ifdef __cplusplus
 }
