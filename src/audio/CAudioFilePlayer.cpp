@@ -44,12 +44,12 @@ int32_t CAudioFilePlayer::Start(const std::string& path) {
   Stop();
   // Opened for update although only read: a file that cannot be written is not played, as
   // callers have always seen it.
-  m_pFile = std::fopen(path.c_str(), "rb+");
+  m_strPath = path;
+  m_pFile = std::fopen(m_strPath.c_str(), "rb+");
   if (m_pFile == nullptr) {
-    LogError("%s cannot open %s", "CAudioFilePlayer::Start", path.c_str());
+    LogError("%s cannot open %s", "CAudioFilePlayer::Start", m_strPath.c_str());
     return 1;
   }
-  m_strPath = path;
   const bool loaded = LoadFrames();
   std::fclose(m_pFile);
   m_pFile = nullptr;

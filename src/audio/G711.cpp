@@ -40,12 +40,7 @@ constexpr std::array<int16_t, 256> MakeTable() {
 constexpr std::array<int16_t, 256> kAlaw = MakeTable<ExpandAlaw>();
 constexpr std::array<int16_t, 256> kUlaw = MakeTable<ExpandUlaw>();
 
-}  // namespace
-
-int16_t AlawToLinear(uint8_t code) { return kAlaw[code]; }
-int16_t UlawToLinear(uint8_t code) { return kUlaw[code]; }
-
-uint8_t LinearToAlaw(int16_t sample) {
+constexpr uint8_t CompressAlaw(int16_t sample) {
   // One's complement for negative values keeps the magnitude below 2048 after the shift.
   int ix = sample < 0 ? (~sample) >> 4 : sample >> 4;
   if (ix > 15) {
@@ -63,7 +58,7 @@ uint8_t LinearToAlaw(int16_t sample) {
   return static_cast<uint8_t>(ix ^ 0x55);
 }
 
-uint8_t LinearToUlaw(int16_t sample) {
+constexpr uint8_t CompressUlaw(int16_t sample) {
   int absno = (sample < 0 ? (~sample) >> 2 : sample >> 2) + 33;
   if (absno > 0x1FFF) {
     absno = 0x1FFF;
@@ -80,6 +75,31 @@ uint8_t LinearToUlaw(int16_t sample) {
   }
   return static_cast<uint8_t>(code);
 }
+
+// A code depends only on the sample's top 12 (A-law) or 14 (mu-law) bits: ~s >> k equals
+// ~(s >> k), so negative samples fall into the same cells. One table lookup per sample.
+constexpr std::array<uint8_t, 4096> kAlawCodes = [] {
+  std::array<uint8_t, 4096> table{};
+  for (int i = 0; i < 4096; ++i) {
+    table[i] = CompressAlaw(static_cast<int16_t>((i - 2048) * 16));
+  }
+  return table;
+}();
+constexpr std::array<uint8_t, 16384> kUlawCodes = [] {
+  std::array<uint8_t, 16384> table{};
+  for (int i = 0; i < 16384; ++i) {
+    table[i] = CompressUlaw(static_cast<int16_t>((i - 8192) * 4));
+  }
+  return table;
+}();
+
+}  // namespace
+
+int16_t AlawToLinear(uint8_t code) { return kAlaw[code]; }
+int16_t UlawToLinear(uint8_t code) { return kUlaw[code]; }
+
+uint8_t LinearToAlaw(int16_t sample) { return kAlawCodes[(sample >> 4) + 2048]; }
+uint8_t LinearToUlaw(int16_t sample) { return kUlawCodes[(sample >> 2) + 8192]; }
 
 void DecodeAlaw(const uint8_t* in, int16_t* out, int n) {
   for (int i = 0; i < n; ++i) {

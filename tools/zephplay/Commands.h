@@ -4,3 +4,4 @@
 
 int RunInfo(int argc, char** argv);
 int RunTalk(int argc, char** argv);
+int RunAfp(int argc, char** argv);

@@ -17,6 +17,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"info", RunInfo, "info                 the version and the configuration loaded"},
     {"talk", RunTalk, "talk --codec NAME    capture, encode and write talk-back (--help for more)"},
+    {"afp", RunAfp, "afp FILE.aac         plays an AAC (ADTS) file with a progress bar"},
 };
 
 int Usage() {
