@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "common/LogAccess.h"
+
 namespace zp {
 
 CBasePlayer* LookupAnyPlayer(const PlayHandle* handle) { return handle != nullptr ? handle->pPlayer : nullptr; }
@@ -10,8 +12,10 @@ CBasePlayer* LookupStreamPlayer(const PlayHandle* handle) {
   return handle != nullptr && handle->nKind == kPlayerKindStream ? handle->pPlayer : nullptr;
 }
 
-CBasePlayer* LookupFilePlayer(const PlayHandle* handle) {
-  return handle != nullptr && handle->nKind == kPlayerKindFile ? handle->pPlayer : nullptr;
+CPlayerFile* LookupFilePlayer(const PlayHandle* handle) {
+  // Kind 0 with a player is only ever set by AttachFilePlayer.
+  return handle != nullptr && handle->nKind == kPlayerKindFile ? static_cast<CPlayerFile*>(handle->pPlayer)
+                                                                : nullptr;
 }
 
 int OpenPlayHandle(PlayHandle** out) {
@@ -30,9 +34,26 @@ int ClosePlayHandle(PlayHandle* handle) {
   if (handle == nullptr) {
     return -1;
   }
+  if (handle->pPlayer != nullptr && handle->pPlayer->IsOwnThread()) {
+    LogError("%s refused on the player's own thread", "ZEPHPLAY_ClosePlayHandle");
+    return -1;
+  }
   // Every kind, known or not, is destroyed through the virtual destructor of the player.
   delete handle->pPlayer;
   delete handle;
+  return 0;
+}
+
+bool CanTakePlayer(const PlayHandle* handle) { return handle != nullptr && handle->pPlayer == nullptr; }
+
+int AttachFilePlayer(PlayHandle* handle, const char* path, uint32_t nDrawMode) {
+  auto* player = new (std::nothrow) CPlayerFile();
+  if (player == nullptr) {
+    return -1;
+  }
+  player->OpenFile(path, nDrawMode);  // kept: callers learn of a bad file from GetFileInfo or Play
+  handle->pPlayer = player;
+  handle->nKind = kPlayerKindFile;
   return 0;
 }
 

@@ -2,6 +2,7 @@
 #include <cstdint>
 
 #include "player/CBasePlayer.h"
+#include "player/CPlayerFile.h"
 
 namespace zp {
 
@@ -18,12 +19,21 @@ struct PlayHandle {
 // The three lookups; each answers null when the handle cannot serve the call.
 CBasePlayer* LookupAnyPlayer(const PlayHandle* handle);
 CBasePlayer* LookupStreamPlayer(const PlayHandle* handle);
-CBasePlayer* LookupFilePlayer(const PlayHandle* handle);
+CPlayerFile* LookupFilePlayer(const PlayHandle* handle);
 
 // 0 with *out set to a new record (kind 0, no player); -1 (out untouched) when out is null or
 // the allocation fails.
 int OpenPlayHandle(PlayHandle** out);
-// -1 for null; otherwise destroys the player (if any) and the record, and returns 0.
+// -1 for null, and (logged) on one of the player's own threads, where destroying the player
+// would wait for the calling thread itself; otherwise destroys the player (if any) and the
+// record, and returns 0.
 int ClosePlayHandle(PlayHandle* handle);
+
+// Whether the handle can be given a player: it is not null and has none yet.
+bool CanTakePlayer(const PlayHandle* handle);
+// Gives a handle that CanTakePlayer a new file player (kind 0) opened on path. The open's own
+// result is not reported: a file that cannot be opened shows in the player's later answers.
+// -1 (the handle unchanged) when the player cannot be allocated.
+int AttachFilePlayer(PlayHandle* handle, const char* path, uint32_t nDrawMode);
 
 }  // namespace zp

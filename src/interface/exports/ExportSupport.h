@@ -8,6 +8,8 @@
 namespace zp {
 
 inline PlayHandle* ToRecord(ZEPHPLAY_PLAYHANDLE* handle) { return reinterpret_cast<PlayHandle*>(handle); }
+inline CBasePlayer* AnyPlayer(ZEPHPLAY_PLAYHANDLE* handle) { return LookupAnyPlayer(ToRecord(handle)); }
+inline CPlayerFile* FilePlayer(ZEPHPLAY_PLAYHANDLE* handle) { return LookupFilePlayer(ToRecord(handle)); }
 
 // Runs body and turns any exception that escapes it into -1 with an error line: nothing may be
 // thrown across the C interface.
@@ -20,6 +22,12 @@ int32_t Guarded(const char* name, Body body) {
   } catch (...) {
     LogError("%s unknown exception", name);
   }
+  return -1;
+}
+
+// The "%s FAIL" line of a logging export whose lookup found no player.
+inline int32_t LogNoPlayer(const char* name) {
+  LogInfo("%s FAIL", name);
   return -1;
 }
 
