@@ -15,7 +15,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"info", RunInfo, "info                 the version and the configuration loaded"},
+    {"info", RunInfo, "info [FILE [--json]] the version and the configuration loaded, or what FILE holds"},
+    {"play", RunPlay, "play FILE [OPTIONS]  plays a recording (play --help for the options and keys)"},
 };
 
 int Usage() {
