@@ -3,6 +3,7 @@
 #include <new>
 
 #include "common/LogAccess.h"
+#include "player/CPlayerFile.h"
 
 namespace zp {
 
@@ -12,10 +13,8 @@ CBasePlayer* LookupStreamPlayer(const PlayHandle* handle) {
   return handle != nullptr && handle->nKind == kPlayerKindStream ? handle->pPlayer : nullptr;
 }
 
-CPlayerFile* LookupFilePlayer(const PlayHandle* handle) {
-  // Kind 0 with a player is only ever set by AttachFilePlayer.
-  return handle != nullptr && handle->nKind == kPlayerKindFile ? static_cast<CPlayerFile*>(handle->pPlayer)
-                                                                : nullptr;
+CBasePlayer* LookupFilePlayer(const PlayHandle* handle) {
+  return handle != nullptr && handle->nKind == kPlayerKindFile ? handle->pPlayer : nullptr;
 }
 
 int OpenPlayHandle(PlayHandle** out) {

@@ -2,7 +2,6 @@
 #include <cstdint>
 
 #include "player/CBasePlayer.h"
-#include "player/CPlayerFile.h"
 
 namespace zp {
 
@@ -19,7 +18,7 @@ struct PlayHandle {
 // The three lookups; each answers null when the handle cannot serve the call.
 CBasePlayer* LookupAnyPlayer(const PlayHandle* handle);
 CBasePlayer* LookupStreamPlayer(const PlayHandle* handle);
-CPlayerFile* LookupFilePlayer(const PlayHandle* handle);
+CBasePlayer* LookupFilePlayer(const PlayHandle* handle);
 
 // 0 with *out set to a new record (kind 0, no player); -1 (out untouched) when out is null or
 // the allocation fails.

@@ -68,7 +68,9 @@ void OnEnd(uint32_t endKind, uint64_t user) {
 int Usage() {
   std::fprintf(stderr,
                "usage: zephplay play FILE [--headless] [--mute] [--rate N] [--start SECONDS]\n"
-               "                          [--until SECONDS] [--snapshot SECONDS:PATH]...\n");
+               "                          [--until SECONDS] [--snapshot SECONDS:PATH]...\n"
+               "keys: space pause, . step, , ; previous/next key frame, [ ] rate, left/right 10 s,\n"
+               "      s snapshot, q quit\n");
   return 2;
 }
 

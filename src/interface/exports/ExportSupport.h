@@ -2,6 +2,7 @@
 #include <exception>
 
 #include "interface/PlayHandle.h"
+#include "player/CPlayerFile.h"
 #include "common/LogAccess.h"
 #include "zephplay.h"
 
@@ -9,7 +10,10 @@ namespace zp {
 
 inline PlayHandle* ToRecord(ZEPHPLAY_PLAYHANDLE* handle) { return reinterpret_cast<PlayHandle*>(handle); }
 inline CBasePlayer* AnyPlayer(ZEPHPLAY_PLAYHANDLE* handle) { return LookupAnyPlayer(ToRecord(handle)); }
-inline CPlayerFile* FilePlayer(ZEPHPLAY_PLAYHANDLE* handle) { return LookupFilePlayer(ToRecord(handle)); }
+// Kind 0 with a player is only ever made by AttachFilePlayer.
+inline CPlayerFile* FilePlayer(ZEPHPLAY_PLAYHANDLE* handle) {
+  return static_cast<CPlayerFile*>(LookupFilePlayer(ToRecord(handle)));
+}
 
 // Runs body and turns any exception that escapes it into -1 with an error line: nothing may be
 // thrown across the C interface.
