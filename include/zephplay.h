@@ -76,7 +76,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenPlayHandle(ZEPHPLAY_PLAYHANDLE**
 
 /**
  * Stops and destroys the handle's player, if any, and frees the handle, which must not be used
- * again. Returns 0; -1 for a NULL handle.
+ * again. Returns 0; -1 for a NULL handle, and -1 (nothing done) when called on one of the
+ * player's own threads, that is from inside one of the handle's callbacks.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ClosePlayHandle(ZEPHPLAY_PLAYHANDLE* handle);
 
@@ -462,9 +463,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayBackIFrame(ZEPHPLAY_PLAYHANDL
  * End callback: called once when playback runs out of frames (endKind ZEPHPLAY_END_FORWARD);
  * reading frames again (ZEPHPLAY_Play, ZEPHPLAY_SetPlayTime, stepping) re-arms it.
  * Thread: the player's play thread. No pointer arguments. Inside it, the library may be called
- * as under "Callbacks" at the top, but never ZEPHPLAY_Stop, ZEPHPLAY_CloseFile or
- * ZEPHPLAY_ClosePlayHandle on the same handle (they wait for the very thread that runs the
- * callback): signal another thread and let it close.
+ * as under "Callbacks" at the top. ZEPHPLAY_Play, ZEPHPLAY_Stop, ZEPHPLAY_CloseFile and
+ * ZEPHPLAY_ClosePlayHandle would wait for the very thread that runs the callback, so on the
+ * player's own threads they are refused (1 from ZEPHPLAY_Play and ZEPHPLAY_Stop, -1 from the
+ * closes, with a log line) and do nothing: signal another thread and close from there.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_EndCallBack)(uint32_t endKind, uint64_t user);
 
@@ -479,7 +481,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenFile(ZEPHPLAY_PLAYHANDLE* handle
                                                      uint32_t drawMode);
 
 /** Stops playback and closes the file; the handle keeps its (now empty) file player and cannot
- *  open another file or a stream. Returns 0; -1 as above. */
+ *  open another file or a stream. Returns 0; -1 as above or inside one of the handle's
+ *  callbacks. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseFile(ZEPHPLAY_PLAYHANDLE* handle);
 
 /**
@@ -491,12 +494,13 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileInfo(ZEPHPLAY_PLAYHANDLE* han
 
 /**
  * Plays the file from its beginning (also after a pause, a stop or the end), at rate 0, not
- * paused, sound off (ZEPHPLAY_PlaySound turns it on). Returns 0; 1 when no file is open; -1 as
- * above.
+ * paused, sound off (ZEPHPLAY_PlaySound turns it on). Returns 0; 1 when no file is open or
+ * inside one of the handle's callbacks; -1 as above.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_Play(ZEPHPLAY_PLAYHANDLE* handle);
 
-/** Stops the player's threads and the sound; the picture stays. Returns 0; -1 as above. */
+/** Stops the player's threads and the sound; the picture stays. Returns 0; 1 inside one of the
+ *  handle's callbacks; -1 as above. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_Stop(ZEPHPLAY_PLAYHANDLE* handle);
 
 /**
