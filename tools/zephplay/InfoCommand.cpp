@@ -64,7 +64,7 @@ const char* AudioCodecName(uint32_t codec) {
 
 // The start date as the head has it (the year counted from 2000).
 std::string StartDate(const ZEPHPLAY_RECORD_INFO& r) {
-  char text[32];
+  char text[48];
   std::snprintf(text, sizeof(text), "%04u-%02u-%02u %02u:%02u:%02u", 2000u + r.wYear, r.wMonth, r.wDay, r.wHour,
                 r.wMinute, r.wSecond);
   return text;

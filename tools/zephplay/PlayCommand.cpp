@@ -128,9 +128,9 @@ bool ParseOptions(int argc, char** argv, Options* o) {
 }
 
 // The tool's own window, handed to the library by its native handle.
-class Window {
+class ToolWindow {
  public:
-  ~Window() {
+  ~ToolWindow() {
     if (m_window != nullptr) {
       SDL_DestroyWindow(m_window);
       SDL_QuitSubSystem(SDL_INIT_VIDEO);
@@ -419,7 +419,7 @@ int RunPlay(int argc, char** argv) {
   }
   std::signal(SIGINT, [](int) { g_interrupted.store(true); });
   const char* display = std::getenv("DISPLAY");
-  Window window;
+  ToolWindow window;
   void* native = nullptr;
   if (!o.headless && display != nullptr && display[0] != '\0') {
     std::string why;
