@@ -618,9 +618,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SearchFrame(void);
 typedef struct ZEPHPLAY_MEDIA_INFO {
   uint32_t nSize;              /**< set by the caller to sizeof(ZEPHPLAY_MEDIA_INFO) */
   uint32_t nFileKind;          /**< ZEPHPLAY_FILE_* */
-  ZEPHPLAY_RECORD_INFO info;   /**< start date and length, as ZEPHPLAY_GetFileInfo gives them */
+  ZEPHPLAY_RECORD_INFO info;   /**< start date and length, as ZEPHPLAY_GetFileInfo gives them
+                                    (a GREC recording's length ends at its last key frame) */
   uint64_t u64BeginStamp;      /**< first stamp of the file, microseconds */
-  uint64_t u64EndStamp;        /**< last video stamp, microseconds */
+  uint64_t u64EndStamp;        /**< highest stamp of a video frame read, microseconds */
   uint32_t nVideoCodec;        /**< ZEPHPLAY_VCODEC_*, from the first key frame */
   uint32_t nWidth;             /**< picture size of the first key frame (0 x 0: no picture) */
   uint32_t nHeight;

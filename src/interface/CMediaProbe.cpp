@@ -1,5 +1,6 @@
 #include "interface/CMediaProbe.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -34,7 +35,6 @@ int CMediaProbe::Probe(const char* path, ZEPHPLAY_MEDIA_INFO* info) {
   static_assert(sizeof(info->info) <= sizeof(span));
   std::memcpy(&info->info, &span, sizeof(info->info));
   info->u64BeginStamp = span.u64FileBegPts;
-  info->u64EndStamp = span.u64FileEndPts;
 
   CMediaProbe probe(info);
   FrameHead* frame = nullptr;
@@ -48,6 +48,7 @@ int CMediaProbe::Probe(const char* path, ZEPHPLAY_MEDIA_INFO* info) {
 void CMediaProbe::Count(const FrameHead& frame) {
   if (IsVideoKind(frame.nType)) {
     ++m_pInfo->nVideoFrames;
+    m_pInfo->u64EndStamp = std::max(m_pInfo->u64EndStamp, frame.u64Stamp);
     if (IsKeyFrame(frame.nType)) {
       ++m_pInfo->nKeyFrames;
       LookAtKeyFrame(frame);

@@ -88,13 +88,18 @@ std::string JsonString(const char* text) {
   return out + "\"";
 }
 
+uint32_t DurationMs(const ZEPHPLAY_MEDIA_INFO& m) {
+  return m.u64EndStamp > m.u64BeginStamp ? static_cast<uint32_t>((m.u64EndStamp - m.u64BeginStamp) / 1000) : 0;
+}
+
 void PrintMediaText(const char* file, const ZEPHPLAY_MEDIA_INFO& m) {
   std::printf("file        %s\n", file);
   std::printf("kind        %s\n", KindName(m.nFileKind));
   std::printf("start       %s\n", StartDate(m.info).c_str());
   std::printf("begin       %llu us\n", static_cast<unsigned long long>(m.u64BeginStamp));
   std::printf("end         %llu us\n", static_cast<unsigned long long>(m.u64EndStamp));
-  std::printf("duration    %.3f s\n", m.info.nTotalMinSecond / 1000.0);
+  std::printf("duration    %.3f s (file information: %.3f s)\n", DurationMs(m) / 1000.0,
+              m.info.nTotalMinSecond / 1000.0);
   std::printf("video       %s %ux%u, %u frames, %u key frames\n", VideoCodecName(m.nVideoCodec), m.nWidth, m.nHeight,
               m.nVideoFrames, m.nKeyFrames);
   std::printf("audio       %s, %u frames\n", AudioCodecName(m.nAudioCodec), m.nAudioFrames);
@@ -102,11 +107,11 @@ void PrintMediaText(const char* file, const ZEPHPLAY_MEDIA_INFO& m) {
 
 void PrintMediaJson(const char* file, const ZEPHPLAY_MEDIA_INFO& m) {
   std::printf("{\"file\": %s, \"kind\": \"%s\", \"start\": \"%s\", \"begin_us\": %llu, \"end_us\": %llu, "
-              "\"duration_ms\": %u, \"video_codec\": \"%s\", \"width\": %u, \"height\": %u, \"video_frames\": %u, "
+              "\"duration_ms\": %u, \"info_total_ms\": %u, \"video_codec\": \"%s\", \"width\": %u, \"height\": %u, \"video_frames\": %u, "
               "\"key_frames\": %u, \"audio_codec\": \"%s\", \"audio_frames\": %u}\n",
               JsonString(file).c_str(), KindName(m.nFileKind), StartDate(m.info).c_str(),
               static_cast<unsigned long long>(m.u64BeginStamp), static_cast<unsigned long long>(m.u64EndStamp),
-              m.info.nTotalMinSecond, VideoCodecName(m.nVideoCodec), m.nWidth, m.nHeight, m.nVideoFrames,
+              DurationMs(m), m.info.nTotalMinSecond, VideoCodecName(m.nVideoCodec), m.nWidth, m.nHeight, m.nVideoFrames,
               m.nKeyFrames, AudioCodecName(m.nAudioCodec), m.nAudioFrames);
 }
 

@@ -179,7 +179,10 @@ class Session {
       *why = "not a recording the library can read";
       return false;
     }
-    m_durationMs = info.nTotalMinSecond;
+    // The file information's length ends at the last key frame; playback goes on to the last picture.
+    m_durationMs = m_media.u64EndStamp > m_media.u64BeginStamp
+                       ? static_cast<uint32_t>((m_media.u64EndStamp - m_media.u64BeginStamp) / 1000)
+                       : info.nTotalMinSecond;
     const uint64_t self = reinterpret_cast<uint64_t>(&m_counters);
     ZEPHPLAY_SetPlayWnd(m_handle, window);
     ZEPHPLAY_SetDecCallBack(m_handle, self, OnDecode);
