@@ -410,7 +410,7 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayRate(ZEPHPLAY_PLAYHANDLE* han
 /**
  * Writes the position of the picture on screen to *ms: for a file, milliseconds from the
  * file's first stamp (before the first picture: a meaningless value). Returns 0; 1 when the
- * player knows no position (a stream player: *ms is 0); -1 without a player.
+ * player knows no position (a stream player: *ms is 0); -1 without a player or for a NULL ms.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetPlayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t* ms);
 
@@ -516,9 +516,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OneByOne(ZEPHPLAY_PLAYHANDLE* handle
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayOneIFrame(ZEPHPLAY_PLAYHANDLE* handle, uint32_t forward);
 
 /**
- * Moves to the key frame for ms milliseconds after the file's first stamp and shows it; playing
- * goes on from there. For a stream handle: the stream player's own set-time. Returns 0; 1 when
- * ms lies beyond the file; -1 for a NULL handle or one without a player.
+ * Moves to the key frame for ms milliseconds after the file's first stamp and shows it (the
+ * picture comes within the next ten frames read); playing, paused or stopped, the player goes on
+ * from there. Returns 0; 1 when ms lies beyond the file or no file is open; -1 as above.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t ms);
 
