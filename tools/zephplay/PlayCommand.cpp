@@ -196,10 +196,11 @@ class Session {
       *why = "--start lies beyond the recording";
       return false;
     }
-    ZEPHPLAY_SetPlayRate(m_handle, m_rate);
-    if (!m_o.mute && m_media.nAudioFrames > 0 && m_rate == 0) {
+    // Sound first: the rate then silences it while the rate is not 0 and brings it back at 0.
+    if (!m_o.mute && m_media.nAudioFrames > 0) {
       ZEPHPLAY_PlaySound(m_handle);
     }
+    ZEPHPLAY_SetPlayRate(m_handle, m_rate);
     return true;
   }
 
