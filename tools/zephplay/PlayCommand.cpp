@@ -207,7 +207,7 @@ class Session {
   // One pass of the main loop; false when playback is over.
   bool Tick(uint32_t nowMs) {
     const uint32_t shown = m_counters.shown.load();
-    if (shown != m_lastShown || m_paused) {
+    if (shown != m_lastShown || m_paused || m_lastProgressMs == 0) {
       m_lastShown = shown;
       m_lastProgressMs = nowMs;
     }
