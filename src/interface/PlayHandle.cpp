@@ -2,6 +2,8 @@
 
 #include <new>
 
+#include "common/LogAccess.h"
+
 namespace zp {
 
 CBasePlayer* LookupAnyPlayer(const PlayHandle* handle) { return handle != nullptr ? handle->pPlayer : nullptr; }
@@ -28,6 +30,12 @@ int OpenPlayHandle(PlayHandle** out) {
 
 int ClosePlayHandle(PlayHandle* handle) {
   if (handle == nullptr) {
+    return -1;
+  }
+  // A player cannot wait for its own threads to end: closing from one of its callbacks is
+  // refused, and the handle stays usable.
+  if (handle->pPlayer != nullptr && handle->pPlayer->IsOwnThread()) {
+    LogError("%s refused on the player's own thread", "ClosePlayHandle");
     return -1;
   }
   // Every kind, known or not, is destroyed through the virtual destructor of the player.

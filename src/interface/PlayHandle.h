@@ -23,7 +23,8 @@ CBasePlayer* LookupFilePlayer(const PlayHandle* handle);
 // 0 with *out set to a new record (kind 0, no player); -1 (out untouched) when out is null or
 // the allocation fails.
 int OpenPlayHandle(PlayHandle** out);
-// -1 for null; otherwise destroys the player (if any) and the record, and returns 0.
+// -1 for null, and (logged) on one of the player's own threads (a callback of that player);
+// otherwise destroys the player (if any) and the record, and returns 0.
 int ClosePlayHandle(PlayHandle* handle);
 
 }  // namespace zp
