@@ -33,8 +33,10 @@ int ClosePlayHandle(PlayHandle* handle) {
   if (handle == nullptr) {
     return -1;
   }
+  // A player cannot wait for its own threads to end: closing from one of its callbacks is
+  // refused, and the handle stays usable.
   if (handle->pPlayer != nullptr && handle->pPlayer->IsOwnThread()) {
-    LogError("%s refused on the player's own thread", "ZEPHPLAY_ClosePlayHandle");
+    LogError("%s refused on the player's own thread", "ClosePlayHandle");
     return -1;
   }
   // Every kind, known or not, is destroyed through the virtual destructor of the player.

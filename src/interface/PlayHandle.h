@@ -23,9 +23,8 @@ CBasePlayer* LookupFilePlayer(const PlayHandle* handle);
 // 0 with *out set to a new record (kind 0, no player); -1 (out untouched) when out is null or
 // the allocation fails.
 int OpenPlayHandle(PlayHandle** out);
-// -1 for null, and (logged) on one of the player's own threads, where destroying the player
-// would wait for the calling thread itself; otherwise destroys the player (if any) and the
-// record, and returns 0.
+// -1 for null, and (logged) on one of the player's own threads (a callback of that player);
+// otherwise destroys the player (if any) and the record, and returns 0.
 int ClosePlayHandle(PlayHandle* handle);
 
 // Whether the handle can be given a player: it is not null and has none yet.

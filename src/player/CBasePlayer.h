@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -12,6 +13,8 @@
 #include "player/CWakeSignal.h"
 #include "video/CDraw.h"
 #include "video/CVDEC.h"
+#include "video/CVideoDecodeData.h"
+#include "video/Hi264Dec.h"
 #include "zephplay.h"
 
 namespace zp {
@@ -108,14 +111,32 @@ class CBasePlayer {
   bool StopThreads();
   // Closes the video decoder and the audio decoder (and the sound output that uses it).
   void CloseDecoders();
-  // A frame was queued: the decode loop looks at once.
-  void NotifyVideoQueued() { m_decodeWake.Notify(); }
+  // A video frame was queued: the decode loop looks at once, and input no longer counts as
+  // drained.
+  void NotifyVideoQueued();
+  // Set when no more video will come (end of file): once the queue is empty the decode loop
+  // takes the pictures the decoder still holds (reordering delay) and restarts it.
+  void SetEndOfInput(bool bEnd) { m_nEndOfInput = bEnd ? 1 : 0; }
+  // The end of input is set and every queued frame has been decoded and shown.
+  bool IsInputDrained();
+  // Closes and reopens the video decoder, forgetting what it held.
+  void ResetVDecoder();
   // Shows the next picture of the ring: false (after waiting up to 20 ms for one) when empty.
   bool ShowNextPicture();
+  // Drops every picture of the ring, the shown one too.
+  void ClearPictures();
   void ResetPacing();
-  // The caller holds the play lock.
+  // Is the next picture due after nIntervalMs (pacing with carry)?
+  bool IsDue(uint32_t nIntervalMs);
+  // How long until the next picture would be due; 0 when it is.
+  uint32_t MsUntilDue(uint32_t nIntervalMs);
+  // The interval (general form) from the current picture to the next one in the ring; false
+  // when the ring has no next picture.
+  bool NextInterval(uint32_t* pIntervalMs);
   bool IsPaused() const { return m_nPause != 0; }
   bool IsKeyFrameOnly() const;
+  // The caller holds the play lock: sets or clears pause without logging.
+  void SetPausedLocked(bool bPaused);
   // Waits up to ms, ending early when a picture arrives or the play state changes.
   void WaitPlayWake(uint32_t ms) { m_playWake.Wait(ms); }
   const CThreadBase& PlayThreadObject() const { return m_PlayThread; }
@@ -144,21 +165,22 @@ class CBasePlayer {
   CMutexLock m_AudioLock;
   CADEC* m_pADecoder = nullptr;
   CWaveOut m_WaveOut;
-  uint64_t m_u64LastShowStamp = 0;
+  std::atomic<uint64_t> m_u64LastShowStamp{0};
   std::unique_ptr<uint8_t[]> m_pWorkBuffer;
   uint32_t m_nWorkBufferSize = 0;
-  uint32_t m_nSoundOn = 0;
+  std::atomic<uint32_t> m_nSoundOn{0};
   CMutexLock m_PlayLock;
-  CPlayTiming m_Timing;           // the pacing ticks and carry, the flash and draw ticks
-  uint64_t m_u64CurStamp = 0;     // the current picture's stamp
+  CMutexLock m_TimingLock;        // a leaf lock: the timing is read from several threads
+  CPlayTiming m_Timing;           // the pacing tick and carry, the flash and draw ticks
+  std::atomic<uint64_t> m_u64CurStamp{0};  // the current picture's stamp
   uint64_t m_u64CurStamp2 = 0;
-  uint32_t m_nPause = 0;
-  int32_t m_nPlayRate = 0;
-  uint32_t m_nPlayIFrame = 0;
-  uint32_t m_nSkipToKeyFrame = 0;
-  uint32_t m_nDecodeVideo = 1;
-  uint32_t m_nDecodeVideoChanged = 1;
-  uint32_t m_nPlayBackIFrame = 0;
+  std::atomic<uint32_t> m_nPause{0};
+  std::atomic<int32_t> m_nPlayRate{0};
+  std::atomic<uint32_t> m_nPlayIFrame{0};
+  std::atomic<uint32_t> m_nSkipToKeyFrame{0};
+  std::atomic<uint32_t> m_nDecodeVideo{1};
+  std::atomic<uint32_t> m_nDecodeVideoChanged{1};
+  std::atomic<uint32_t> m_nPlayBackIFrame{0};
 
  private:
   static uint32_t DecodeThreadEntry(void* pPlayer);
@@ -171,15 +193,32 @@ class CBasePlayer {
   static void PcmHook(const int16_t* pcm, uint32_t samples, uint32_t channels, uint32_t bits,
                       uint32_t rate, uint64_t stamp, uint64_t user);
   uint32_t DecodeLoop();
+  // One pass of the decode loop; false when the loop must end.
   bool DecodePass();
-  bool SkipToKeyFrame();
-  bool FitWorkBuffer();
+  bool RingFullPass();
+  bool DropToKeyFrame();
+  bool ReadIntoWorkBuffer(QueueFrameHead* pHead, bool* pGrown);
   void DeliverUserData(const QueueFrameHead& head);
   void DecodeVideoFrame(const QueueFrameHead& head);
-  bool RedrawLocked();
+  void PushWhenRoom(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration);
+  bool DrainAtEnd();
+  // The caller holds the ring lock.
+  bool DrawCurrentLocked();
+  int CaptureWith(const char* pPath, bool bJpeg);
+  void CloseVDecoderLocked();
+  void CloseADecoderLocked();
 
   CWakeSignal m_decodeWake;  // a frame queued, room in the ring, a stop
   CWakeSignal m_playWake;    // a picture pushed, pause or rate changed, a stop
+  // The ring's shown picture as the picture output sees it (throttle, size checks, captures),
+  // guarded by the ring lock.
+  CVideoDecodeData m_ShowData;
+  HI264DEC_FRAME m_ShowFrame{};
+  std::atomic<uint32_t> m_nEndOfInput{0};
+  std::atomic<uint32_t> m_nInputSeq{0};    // video frames queued
+  std::atomic<uint32_t> m_nDrainedSeq{0};  // m_nInputSeq when the decoder was last drained
+  uint64_t m_u64LastInStamp = 0;           // the decode thread's last two input stamps
+  uint64_t m_u64PrevInStamp = 0;
 };
 
 }  // namespace zp

@@ -23,9 +23,11 @@ class CPictureRing {
   bool IsEmpty();
   // No place is free for a push.
   bool IsFull();
-  // Copies the picture's planes and stamp into a free place; false when full or when the
-  // planes cannot be allocated.
-  bool Push(const PictureInfo& picture, uint64_t u64Stamp);
+  // Copies the picture's planes and stamp into a free place; false when full, when the ring
+  // was cleared since nGeneration was read, or when the planes cannot be allocated.
+  bool Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration);
+  // Changes with every Clear: a picture decoded before a clear is not pushed after it.
+  uint32_t Generation();
   // Drops the current picture and makes the next waiting one current; false when none waits.
   bool Advance();
   // The current picture (planes owned by the ring, valid until the next Advance or Clear
@@ -49,6 +51,7 @@ class CPictureRing {
   int m_nCount = 0;     // pictures waiting to be shown
   int m_nCurrent = -1;  // the shown picture's place, -1 for none
   int m_nNext = 0;      // the place of the oldest waiting picture
+  uint32_t m_nGeneration = 0;
 };
 
 }  // namespace zp

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <cstdint>
 
 #include "media/CRecFile.h"
@@ -22,6 +23,7 @@ class CPlayerFile : public CBasePlayer {
   static constexpr uint32_t kAudioQueueBytes = 512000;
   static constexpr int kReadAhead = 10;
   static constexpr int kPreRollFrames = 10;
+  static constexpr size_t kFileInfoCopyBytes = 20;
 
   CPlayerFile();
   ~CPlayerFile() override;
@@ -52,11 +54,17 @@ class CPlayerFile : public CBasePlayer {
   virtual int PlayOneIFrame(uint32_t nFlag);
 
  private:
+  // H.265 when the first video frame says so, else H.264.
+  uint32_t ProbeDecoderType();
   bool ReadFrames(int nCount);
+  void QueueVideo(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp);
+  // Cut into codec frames by the audio decoder's frame-size answer.
   void QueueAudio(const FrameHead& frame);
   bool FetchKeyFrame(bool bForward);
-  bool ForwardStep();
-  bool BackwardStep();
+  // One step of playing (the play lock held); the time to wait before the next, 0 after a
+  // picture was shown.
+  uint32_t ForwardStep();
+  uint32_t BackwardStep();
   void FireEnd(uint32_t nEndKind);
   void ReArm();
 
