@@ -535,10 +535,11 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetEndCallBack(ZEPHPLAY_PLAYHANDLE* 
  *
  * A player's callbacks (file or stream). Each setter stores the function with its user value;
  * NULL stops the calls. A setter waits for a call of that callback under way, so once it
- * returns the previous function is not called again. The setters may be called before the
- * file or stream is opened only once the handle has a player: without one they return -1. They
- * may be called from any thread, also from inside a callback of the same handle. The threads,
- * arguments and pointer lifetimes are those of the callback types.
+ * returns the previous function is not called again. A handle has a player from
+ * ZEPHPLAY_OpenFile on: before, the setters return -1; set the callbacks between opening and
+ * ZEPHPLAY_Play to see every picture. They may be called from any thread, also from inside a
+ * callback of the same handle. The threads, arguments and pointer lifetimes are those of the
+ * callback types.
  * ------------------------------------------------------------------------------------------- */
 
 /**
@@ -575,11 +576,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDisplayCallBack(ZEPHPLAY_PLAYHAND
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDecCBEx(ZEPHPLAY_PLAYHANDLE* handle, uint64_t user,
                                                        ZEPHPLAY_DecCBEx callback);
 
-/**
- * Sets the PCM callback; note the order: function first, then user value. It reaches the audio
- * decoder when the player makes it (when the file or stream is opened): set it before. Returns
- * 0; -1 without a player.
- */
+/** Sets the PCM callback; note the order: function first, then user value. Returns 0; -1
+ *  without a player. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetAudioDecDataCallBack(ZEPHPLAY_PLAYHANDLE* handle,
                                                                     ZEPHPLAY_AudioDecDataCallBack callback,
                                                                     uint64_t user);
