@@ -942,6 +942,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStopPlay(ZEPHPLAY_AFP* player);
 
 /** Stops and frees the player, which must not be used again. Returns 0. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPClose(ZEPHPLAY_AFP* player);
+
+/* ---------------------------------------------------------------------------------------------
  * Audio capture (talk-back)
  *
  * The microphone (SDL2's default capture device; SDL_AUDIODRIVER=disk with SDL_DISKAUDIOFILEIN
