@@ -56,6 +56,7 @@ class CPlayerFile : public CBasePlayer {
  private:
   // H.265 when the first video frame says so, else H.264.
   uint32_t ProbeDecoderType();
+  void Rewind();
   bool ReadFrames(int nCount);
   void QueueVideo(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp);
   // Cut into codec frames by the audio decoder's frame-size answer.
