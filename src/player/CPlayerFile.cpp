@@ -236,10 +236,23 @@ int CPlayerFile::PlayOneIFrame(uint32_t nFlag) {
   if (!FetchKeyFrame(nFlag != 0)) {
     return -1;
   }
-  // A lone key frame leaves the decoder only when its input ends.
+  // A lone key frame leaves the decoder only when its input ends; the step returns once it is
+  // shown, or once the decoder has given all it will give.
   SetEndOfInput(true);
-  ShowNextPicture();
+  ShowLoneKeyFrame();
   return 0;
+}
+
+bool CPlayerFile::ShowLoneKeyFrame() {
+  for (int i = 0; i < kPreRollFrames; ++i) {
+    if (ShowNextPicture()) {
+      return true;
+    }
+    if (IsInputDrained()) {
+      return false;
+    }
+  }
+  return false;
 }
 
 // ---- reading ------------------------------------------------------------------------------

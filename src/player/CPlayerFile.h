@@ -62,6 +62,8 @@ class CPlayerFile : public CBasePlayer {
   // Cut into codec frames by the audio decoder's frame-size answer.
   void QueueAudio(const FrameHead& frame);
   bool FetchKeyFrame(bool bForward);
+  // Waits (up to 10 x 20 ms) for the decoder to give the picture of a fetched key frame.
+  bool ShowLoneKeyFrame();
   // One step of playing (the play lock held); the time to wait before the next, 0 after a
   // picture was shown.
   uint32_t ForwardStep();
