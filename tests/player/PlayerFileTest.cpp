@@ -234,6 +234,52 @@ TEST(PlayerFile, MissingFileOpensWithoutAReader) {
   EXPECT_EQ(player.CaptureJPEG("/tmp/never.jpg"), -1);
 }
 
+// Callers' threads pause, change the rate, seek, step, capture and swap callbacks while the
+// player plays; then it closes. TSan watches; the deadline catches a deadlock.
+TEST(PlayerFile, ControlsFromManyThreadsWhilePlaying) {
+  TempDir dir;
+  zp::samples::VideoParams params;
+  params.frames = 100;
+  params.gop = 25;
+  const Recording rec = MakeRecording(dir, "busy.grec", params, true);
+  Observer seen;
+  CPlayerFile player;
+  seen.Attach(&player);
+  ASSERT_EQ(player.OpenFile(rec.path.c_str(), 0), 0);
+  ASSERT_EQ(player.Play(), 0);
+  const std::string jpeg = (dir.path() / "busy.jpg").string();
+  auto control = [&](int who) {
+    for (int i = 0; i < 40; ++i) {
+      switch ((who + i) % 5) {
+        case 0: player.Pause(static_cast<uint32_t>(i & 1)); break;
+        case 1: player.SetPlayRate(i % 7 - 2); break;
+        case 2: player.SetPlayTime(static_cast<uint32_t>(i * 97 % 3900)); break;
+        case 3: player.CaptureJPEG(jpeg.c_str()); player.PlayOneIFrame(i & 1); break;
+        default:
+          player.OneByOne();
+          player.SetDecCallBack(reinterpret_cast<uint64_t>(&seen), (i & 1) != 0 ? &Observer::OnPicture : nullptr);
+          player.FlashWnd();
+          break;
+      }
+    }
+  };
+  auto run = std::async(std::launch::async, [&] {
+    std::vector<std::thread> callers;
+    for (int who = 0; who < 4; ++who) {
+      callers.emplace_back(control, who);
+    }
+    for (auto& t : callers) {
+      t.join();
+    }
+    return player.Close();
+  });
+  if (run.wait_for(120s) != std::future_status::ready) {
+    ADD_FAILURE() << "controls or close did not finish in time";
+    std::_Exit(1);
+  }
+  EXPECT_EQ(run.get(), 0);
+}
+
 size_t ThreadCount() {
   size_t n = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
