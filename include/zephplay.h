@@ -9,6 +9,30 @@
  *    must not be closed while another thread uses it.
  *  - Strings are NUL-terminated UTF-8 unless a name ends in W (wide-character paths).
  *  - Nothing is thrown across this interface.
+ *
+ * Callbacks:
+ *  - A callback is registered with its handle as a function and a 64-bit user value; the user
+ *    value comes back unchanged in every call. Each callback type below names the thread that
+ *    calls it: the player's decode thread, the player's play thread, the sound device's callback
+ *    thread (the SDL audio thread) for sound, or the caller's own thread inside the export that
+ *    causes the call. Calls of one callback never overlap.
+ *  - The function may be NULL: nothing is called then. A setter waits for a call of its callback
+ *    that is under way, so once the setter returns the previous function is not called again.
+ *    Hence a callback must never wait, directly or by closing another handle, for a thread that
+ *    may be calling a setter of the same handle.
+ *  - No callback is called after the close that ends its object (ZEPHPLAY_ClosePlayHandle for a
+ *    play handle) has returned.
+ *  - Inside a callback the library may be called for other handles and objects, for the
+ *    process-wide functions, and, on the same handle, for the callback's own setter (to clear or
+ *    replace it). Nothing else on the same handle, and above all never its close: on a player's
+ *    thread the close waits for that thread to end, which is the thread making the call, so it
+ *    never returns; on the caller's thread it would free the player that the enclosing export is
+ *    still using. Other calls on the same handle may wait for a lock that another thread of
+ *    the player holds while it waits for the calling thread.
+ *  - Pointer arguments point into the library's memory: read them only, and only during the
+ *    call; copy what must outlive it.
+ *  - Return quickly: the calling thread waits meanwhile (a slow decode callback holds up
+ *    decoding, a slow sound callback makes the sound stutter).
  */
 #ifndef ZEPHPLAY_H
 #define ZEPHPLAY_H
@@ -270,28 +294,45 @@ typedef struct ZEPHPLAY_POINT {
 } ZEPHPLAY_POINT;
 
 /**
- * Decode callback: called on the player's decode thread for every decoded picture, with the
- * user value first, the three planes and their strides in bytes, the picture size and the
- * frame's stamp in microseconds. The planes are valid only during the call.
+ * Decode callback: one call for each picture the decoder puts out, in decode order.
+ * Thread: the player's decode thread, inside the decode of a frame.
+ * Arguments: the user value first, then the Y, U and V planes with their strides in bytes, the
+ * picture size in pixels and the frame's stamp in microseconds. The planes belong to the decoder,
+ * which reuses them for the next picture: read them only, and only during the call; copy what
+ * you keep. Not called for pictures that hardware decoding shows straight in the window.
+ * May be NULL; re-entry, close and lifetimes as under "Callbacks" at the top.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCallBack)(uint64_t user, const uint8_t* y,
     const uint8_t* u, const uint8_t* v, int32_t yStride, int32_t uStride, int32_t vStride,
     int32_t width, int32_t height, uint64_t stamp);
 
-/** Picture-size callback: called on the decode thread when the decoded size changes. */
+/**
+ * Picture-size callback: called when the decoded size changes, the first picture included,
+ * before the decode callback of the first picture of the new size; when hardware decoding
+ * starts, with the coded size. Thread: the player's decode thread, inside the decode of a frame.
+ * No pointer arguments. May be NULL; re-entry and close as under "Callbacks" at the top.
+ */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_SizeCallBack)(int32_t width, int32_t height, uint64_t user);
 
 /**
- * Display callback: called on the player's thread after each picture is drawn (or, without a
- * window, would have been): the window handle, the picture's width and height, its stamp in
- * microseconds, and the size it was shown at (0 x 0 without a window).
+ * Display callback: called after each picture is drawn (or, without a window, would have been):
+ * the window handle, the picture's width and height, its stamp in microseconds, and the size it
+ * was shown at (0 x 0 without a window). Pictures skipped by the 16 ms drawing limit and pictures
+ * that hardware decoding shows straight in the window give no call.
+ * Thread: the thread that draws: the player's play thread, or the caller's thread inside an
+ * export that steps to or redraws a picture itself. No pointer arguments (the window is the
+ * caller's own handle, passed back). May be NULL; re-entry and close as under "Callbacks" at the
+ * top.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DisplayCallBack)(uint64_t window, uint32_t width,
     uint32_t height, uint64_t stamp, uint32_t shownWidth, uint32_t shownHeight, uint64_t user);
 
 /**
- * Extended decode callback: called on the player's thread just before each picture is drawn:
- * its stamp in microseconds, width, height, Y stride, U/V stride and the player's draw index.
+ * Extended decode callback: called just before each picture is drawn, with its stamp in
+ * microseconds, width, height, Y stride, U/V stride and the player's draw index. The same
+ * pictures as the display callback, on the same thread: the player's play thread, or the
+ * caller's thread inside an export that steps to or redraws a picture itself. No pointer
+ * arguments. May be NULL; re-entry and close as under "Callbacks" at the top.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCBEx)(uint64_t stamp, uint32_t width, uint32_t height,
     uint32_t yStride, uint32_t uvStride, uint32_t index, uint64_t user);
@@ -487,6 +528,261 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Encode_Frame(void* state, const int16_t* 
 
 /** Frees an encoder state. Returns 0; -1 for NULL. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL AMR_Encode_Exit(void* state);
+
+/* ---------------------------------------------------------------------------------------------
+ * Audio encoding: 16-bit mono PCM to the recorders' audio frames
+ *
+ * An encoder takes the coder types of the audio head above: 1..11 and 16 voice-engine units
+ * (type 16 gathers 322 bytes, 161 samples, per IMA unit across calls), AAC-LC mono in ADTS
+ * (12, 13, 15, 22, 24, 25; 40000 Hz, type 23, has no ADTS rate and does not open), 14 AMR-NB at
+ * 12.2 kbit/s, 17 and 18 G.711 A-law and mu-law, 20 and 21 PCM. Type 0 and unknown types do not
+ * open. PCM is native-endian 16-bit samples at the coder type's rate.
+ *
+ * Each encoding call writes one audio frame (see "Audio frame" above): the 12-byte head with the
+ * payload length and a stamp of the millisecond tick x 1000 in 32 bits (it wraps every 2^32
+ * microseconds, about 71.6 minutes), then the units of whole pieces of input, back to back.
+ * Pieces are 320 bytes (160 samples); AAC takes 1024-byte pieces. The caller's frame buffer must
+ * hold ZEPHPLAY_AUDIO_ENCODER_FRAME_SIZE(length) bytes.
+ *
+ * AAC gathers 1024 samples per AAC frame across calls and the encoder looks one frame ahead, so
+ * the first 2048 samples give one AAC frame and each 1024 after them one more; calls that
+ * complete no frame return -1 (that is not an error: keep feeding).
+ *
+ * The handle is the encoder itself: valid from a successful open until ZEPHPLAY_CloseAudioEncoder,
+ * which frees it. One thread at a time per handle; handles are independent. Every function with
+ * a handle returns -1 when it or any pointer argument is NULL. Calls return when done; nothing
+ * is kept of the caller's buffers.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Opaque audio encoder: made by ZEPHPLAY_OpenAudioEncoder, freed by ZEPHPLAY_CloseAudioEncoder. */
+typedef struct ZEPHPLAY_AUDIOENCODER ZEPHPLAY_AUDIOENCODER;
+
+/** Room an encoding call may need in the frame buffer for length bytes of PCM. */
+#define ZEPHPLAY_AUDIO_ENCODER_FRAME_SIZE(length) (12u + (uint32_t)(length) + 768u)
+
+/**
+ * Makes an encoder for coderType and stores it in *encoder. Returns 0; -1 when encoder is NULL,
+ * memory runs out or the coder type cannot be encoded (*encoder is then untouched).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioEncoder(ZEPHPLAY_AUDIOENCODER** encoder, uint32_t coderType);
+
+/**
+ * Writes the 512-byte audio head of the encoder's stream at head (room for 512 bytes): u16 1,
+ * u16 0x6000, u16 coder type, u16 104, zeros. *length receives 512. Returns 0; -1 for NULL.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioEncoderHead(ZEPHPLAY_AUDIOENCODER* encoder, uint8_t* head,
+                                                             uint32_t* length);
+
+/**
+ * Encodes length bytes of PCM: AAC in 1024-byte pieces when length is at least 1024, anything
+ * else in 320-byte pieces; a remainder smaller than a piece is dropped. Writes one frame at frame
+ * and its length (head included) to *frameLength. Returns 0; -1 for NULL arguments or when
+ * nothing came out (*frameLength is then untouched).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioEncoderFrame(ZEPHPLAY_AUDIOENCODER* encoder, const uint8_t* pcm,
+                                                              uint32_t length, uint8_t* frame,
+                                                              uint32_t* frameLength);
+
+/**
+ * Encodes pieces of the *length bytes at pcm until the first one that gives output, and writes
+ * that output as one frame. Pieces are 320 bytes; for AAC, one piece of 8192 when *length is
+ * exactly 8192, else 1024 when *length is a multiple of 1024. *length returns the bytes consumed
+ * (also on -1), *frameLength the frame's length. Returns 0; -1 for NULL arguments or no output.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioEncOneFrame(ZEPHPLAY_AUDIOENCODER* encoder, const uint8_t* pcm,
+                                                             uint32_t* length, uint8_t* frame,
+                                                             uint32_t* frameLength);
+
+/** Frees the encoder, which must not be used again; PCM it still held is dropped. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioEncoder(ZEPHPLAY_AUDIOENCODER* encoder);
+
+/** The sample rate of an AAC coder type (12: 8000 ... 25: 48000); 0 for any other type. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetAacSampleRate(uint32_t coderType);
+
+/* ---------------------------------------------------------------------------------------------
+ * Audio file player: plays a file of ADTS AAC frames (such as saved talk-back) on the default
+ * output device
+ *
+ * The whole file is read when play starts (it must be below 100 MiB and open for reading and
+ * writing); loading stops at the first bad header and what was read before it plays. The frame
+ * rate of the first header sets the pace: a frame lasts 1024000 / rate ms, truncated (21 ms at
+ * 48000 Hz, 128 ms at 8000 Hz), and play time counts frames handed to the device.
+ *
+ * Messages go to the callback on the sound device's thread: code 1 (progress) about once a
+ * second, code 2 once when the last frame has been handed out; seconds is the play time / 1000.
+ * The callback must not close the player, and should return quickly.
+ *
+ * The handle is the player itself: valid from ZEPHPLAY_AFPOpen until ZEPHPLAY_AFPClose, which
+ * frees it. One caller thread at a time per player. Every function returns 1 for a NULL player.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Opaque audio file player: made by ZEPHPLAY_AFPOpen, freed by ZEPHPLAY_AFPClose. */
+typedef struct ZEPHPLAY_AFP ZEPHPLAY_AFP;
+
+/** Player message: code 1 progress, 2 end of file; seconds played; the user value given. */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_AFPMsgCallBack)(int32_t code, uint32_t seconds, uint64_t user);
+
+/** Makes a player in *player. Returns 0; 1 when player is NULL or memory runs out. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPOpen(ZEPHPLAY_AFP** player);
+
+/** Stores the message callback (NULL: none) and its user value. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPSetFUNMsgCB(ZEPHPLAY_AFP* player, uint64_t user,
+                                                           ZEPHPLAY_AFPMsgCallBack callback);
+
+/**
+ * Loads the file at path (UTF-8) and starts playing it from the beginning; a player already
+ * playing starts over. Returns 0; 1 when path is NULL or the file cannot be opened for reading
+ * and writing, is empty or at least 100 MiB, or does not begin with a whole ADTS frame.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStartPlay(ZEPHPLAY_AFP* player, const char* path);
+
+/** As ZEPHPLAY_AFPStartPlay with a wide-character path. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStartPlayW(ZEPHPLAY_AFP* player, const wchar_t* path);
+
+/** *ms = frames loaded x frame duration. Returns 0; 1 for NULL arguments. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPGetTotalTime(ZEPHPLAY_AFP* player, uint32_t* ms);
+
+/** *ms = the play time (equal to the total time at the end). Returns 0; 1 for NULL arguments. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPGetPlayTime(ZEPHPLAY_AFP* player, uint32_t* ms);
+
+/** pause non-zero: silence plays and the position holds; zero: play on. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPPause(ZEPHPLAY_AFP* player, int32_t pause);
+
+/** Stops the sound; the loaded frames and the play time stay. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPStopPlay(ZEPHPLAY_AFP* player);
+
+/** Stops and frees the player, which must not be used again. Returns 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AFPClose(ZEPHPLAY_AFP* player);
+
+/* ---------------------------------------------------------------------------------------------
+ * Audio capture (talk-back)
+ *
+ * The microphone (SDL2's default capture device; SDL_AUDIODRIVER=disk with SDL_DISKAUDIOFILEIN
+ * reads a raw file instead) recorded as PCM and handed to the caller in whole buffers, cleaned
+ * by noise suppression when ZEPHPLAY_SetUseSpeex was non-zero at open (16-bit mono only). The
+ * capture-and-encode family (ZEPHPLAY_ACE...) also encodes each buffer in a recorder's audio
+ * format and delivers the encoded frames from a worker thread of its own, optionally saving
+ * them to a temporary file. Every handle is the object itself; every call but an open returns
+ * -1 for a NULL handle. Close a handle from a thread other than its callback's.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Opaque capture: made by ZEPHPLAY_OpenAudioCapture(Ex/Aac/PCM), freed by ZEPHPLAY_CloseAudioCapture. */
+typedef struct ZEPHPLAY_AUDIOCAPTURE ZEPHPLAY_AUDIOCAPTURE;
+/** Opaque capture-and-encode: made by ZEPHPLAY_ACEOpen, freed by ZEPHPLAY_ACEClose. */
+typedef struct ZEPHPLAY_ACE ZEPHPLAY_ACE;
+/** Opaque echo canceller (ZEPHPLAY_OpenEchoCancellation never makes one at present). */
+typedef struct ZEPHPLAY_ECHO ZEPHPLAY_ECHO;
+
+/** The caller's capture format (the WAVEFORMATEX fields); only 1 (PCM) is taken as format tag. */
+typedef struct ZEPHPLAY_WAVEFORMAT {
+  uint16_t wFormatTag;
+  uint16_t nChannels;       /* 1 or 2 */
+  uint32_t nSamplesPerSec;
+  uint32_t nAvgBytesPerSec; /* not read */
+  uint16_t nBlockAlign;     /* not read */
+  uint16_t wBitsPerSample;  /* 8 (unsigned) or 16 (signed) */
+  uint16_t cbSize;          /* not read */
+} ZEPHPLAY_WAVEFORMAT;
+
+/**
+ * Receives one captured buffer: PCM bytes (a plain capture), or one encoded frame with its
+ * 12-byte head, u32 payload length and u64 stamp (capture-and-encode).
+ * Thread: a plain capture calls it on the sound device's capture thread (SDL's); capture-and-
+ * encode on its own worker thread. Calls of one handle never overlap.
+ * data: valid only during the call; copy what you keep. len: bytes at data. user: the value
+ * given at open, passed back unchanged.
+ * No call comes once the close of its handle has returned. Inside the callback, any export of
+ * other handles may be called; closing its own handle is refused with -1 (it would wait for
+ * the callback itself).
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_AudioCaptureCallBack)(const uint8_t* data, uint32_t len, uint64_t user);
+
+/**
+ * Starts capturing 16-bit mono PCM at 8000 Hz in buffers of 320 bytes (20 ms) into *capture.
+ * callback may be NULL (nothing is delivered). Returns 0; -1 when capture is NULL or the
+ * device does not open.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCapture(ZEPHPLAY_AUDIOCAPTURE** capture, uint64_t user,
+                                                            ZEPHPLAY_AudioCaptureCallBack callback);
+
+/** As ZEPHPLAY_OpenAudioCapture at the given rate (Hz), still in buffers of 320 bytes. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCaptureEx(ZEPHPLAY_AUDIOCAPTURE** capture, uint32_t rate,
+                                                              uint64_t user, ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * As ZEPHPLAY_OpenAudioCapture at the AAC rate of an AAC coder type (see
+ * ZEPHPLAY_GetAacSampleRate), in buffers of 1024 bytes. -1 also for a coder type that is not AAC.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCaptureAac(ZEPHPLAY_AUDIOCAPTURE** capture, int32_t coderType,
+                                                               uint64_t user, ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * As ZEPHPLAY_OpenAudioCapture in the caller's PCM format and buffer size (bytes). format is
+ * read during the call only. -1 also for a NULL format, a size of 0 or a format that is not
+ * 8- or 16-bit PCM on 1 or 2 channels.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCapturePCM(ZEPHPLAY_AUDIOCAPTURE** capture,
+                                                               const ZEPHPLAY_WAVEFORMAT* format, uint32_t bufferSize,
+                                                               uint64_t user, ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * Stops capturing (a partly filled buffer is dropped), waits for a callback under way and frees
+ * the capture. Returns 0; -1 for NULL or when called from inside its own callback (nothing done).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioCapture(ZEPHPLAY_AUDIOCAPTURE* capture);
+
+/**
+ * Starts capturing and encoding for a coder type into *ace: at the coder type's AAC rate in
+ * 1024-byte buffers for AAC types, else at 8000 Hz in 320-byte buffers. Each buffer is encoded
+ * as ZEPHPLAY_AudioEncoderFrame would (12-byte head, stamp = the millisecond tick x 1000 in 32
+ * bits, so it wraps about every 71.6 minutes) and queued (150 frames, 25000 bytes; a full queue
+ * is emptied); a worker thread of the object delivers the frames to callback (may be NULL).
+ * A coder type without an encoder captures but delivers nothing. Returns 0; -1 when ace is NULL
+ * or the device does not open.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEOpen(ZEPHPLAY_ACE** ace, int32_t coderType, uint64_t user,
+                                                   ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * Stops the worker (waiting for a delivery under way), then the capture, closes a save file and
+ * frees the object. Returns 0; -1 for NULL or from inside its own callback (nothing done).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEClose(ZEPHPLAY_ACE* ace);
+
+/**
+ * From now on appends each delivered frame's payload (without its 12-byte head) to a new
+ * temporary file "AudioFile..." in $TMPDIR (else /tmp), and restarts ZEPHPLAY_ACEGetTime.
+ * Returns 0; 1 when a file is open already (it stays) or none can be made; -1 for NULL.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEStartSaveToFile(ZEPHPLAY_ACE* ace);
+
+/** Closes the save file, which stays on disk. Returns 1 (always so); -1 for NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEStopSaveToFile(ZEPHPLAY_ACE* ace);
+
+/**
+ * Copies the last save file's path into path, which must hold 260 characters (at most 259 and
+ * the terminator are written; empty before the first save). Returns 0; -1 for NULL arguments.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetSavePath(ZEPHPLAY_ACE* ace, char* path);
+
+/** As ZEPHPLAY_ACEGetSavePath in wide characters (260 of them). */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetSavePathW(ZEPHPLAY_ACE* ace, wchar_t* path);
+
+/**
+ * *ms = the tick of the last delivery minus that of the first since open or the last
+ * ZEPHPLAY_ACEStartSaveToFile. Returns 0; -1 for NULL arguments.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetTime(ZEPHPLAY_ACE* ace, uint32_t* ms);
+
+/**
+ * Never opens an echo canceller: logs the echo settings of ZEPHPLAY_SetAecParam and returns 1,
+ * leaving *echo untouched. Kept so: callers treat 1 as "no echo cancellation here".
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenEchoCancellation(ZEPHPLAY_ECHO** echo, ZEPHPLAY_AUDIOPLAYER* player,
+                                                                ZEPHPLAY_AUDIOCAPTURE* capture);
+
+/** Stops and closes an echo canceller. Returns 0; 1 for NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseEchoCancellation(ZEPHPLAY_ECHO* echo);
 
 #ifdef __cplusplus
 }

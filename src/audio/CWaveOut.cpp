@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "audio/CADEC.h"
+#include "audio/SdlAudioLock.h"
 #include "common/CAutoLock.h"
 #include "common/LogAccess.h"
 #include "platform/Tick.h"
@@ -18,13 +19,6 @@ constexpr uint32_t kDefaultSizeOut = 1280;
 constexpr uint32_t kDefaultFramesPerSecond = 50;
 constexpr uint32_t kFullVolume = 0xFFFFFFFFu;
 constexpr uint32_t kWaitStepMs = 10;
-
-// SDL's audio subsystem is counted but not guarded: every wave-out of the process opens and
-// closes devices under this lock.
-CMutexLock& SdlAudioLock() {
-  static CMutexLock lock;
-  return lock;
-}
 
 }  // namespace
 

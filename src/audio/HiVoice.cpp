@@ -133,17 +133,23 @@ int32_t DecodeAdpcm(AdpcmArea* area, const uint8_t* payload, int bytes, int16_t*
 }
 
 int32_t EncodeAdpcm(AdpcmArea* area, const int16_t* in, uint8_t* out, int32_t samples) {
-  const int payload = 4 + samples / 2;
-  if (samples % 4 != 0 || payload > kVoiceMaxPayload) {
+  const bool ima = area->head.engineType == kVoiceIma;
+  // An IMA count of 4k + 1 puts its first sample in the header, which the decoder outputs first:
+  // such a unit decodes to exactly the samples it was made from.
+  const bool headerSample = ima && samples % 4 == 1;
+  const int codes = headerSample ? samples - 1 : samples;
+  const int payload = 4 + codes / 2;
+  if (codes % 4 != 0 || payload > kVoiceMaxPayload) {
     return -1;
   }
-  adpcm::State adpcmState{area->predictor, adpcm::ClampIndex(area->index)};
+  adpcm::State adpcmState{headerSample ? in[0] : area->predictor, adpcm::ClampIndex(area->index)};
+  const int16_t* coded = headerSample ? in + 1 : in;
   WriteUnitHead(out, payload);
   adpcm::WriteHeader(adpcmState, out + kVoiceUnitHead);
-  if (area->head.engineType == kVoiceIma) {
-    adpcm::EncodeIma(&adpcmState, in, samples, out + kVoiceUnitHead + 4);
+  if (ima) {
+    adpcm::EncodeIma(&adpcmState, coded, codes, out + kVoiceUnitHead + 4);
   } else {
-    adpcm::EncodeDvi4(&adpcmState, in, samples, out + kVoiceUnitHead + 4);
+    adpcm::EncodeDvi4(&adpcmState, coded, codes, out + kVoiceUnitHead + 4);
   }
   area->predictor = adpcmState.predictor;
   area->index = adpcmState.index;

@@ -44,6 +44,7 @@ int32_t HI_VOICE_EncReset(void* state, int32_t engineType);
 int32_t HI_VOICE_DecodeFrame(void* state, const uint8_t* in, int16_t* out, uint16_t* samples);
 // Encodes `samples` samples into one unit at out (room for 4 + kVoiceMaxPayload bytes). 0 on
 // success; non-zero when the count does not make a whole unit of at most kVoiceMaxPayload bytes.
+// IMA also takes 4k + 1 samples: the first goes into the unit's header (161 for 160 codes).
 int32_t HI_VOICE_EncodeFrame(void* state, const int16_t* in, uint8_t* out, int32_t samples);
 // Frees what a state holds and zeroes its head; harmless on a zeroed state.
 void HI_VOICE_Release(void* state);

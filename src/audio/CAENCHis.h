@@ -1,0 +1,32 @@
+#pragma once
+#include "audio/CAENC.h"
+#include "audio/HiVoice.h"
+
+namespace zp {
+
+// The recorders' voice-engine units ("00 01 LL CC" + payload): G.711, G.726, DVI4 and IMA.
+// Coder type 16 (IMA) is cut into 161-sample units of its own: 322 bytes are gathered across
+// calls and at most one unit comes out per call.
+class CAENCHis : public CAENC {
+ public:
+  static constexpr uint32_t kImaFrameBytes = 322;
+  static constexpr uint32_t kImaBufferBytes = 1024;
+
+  explicit CAENCHis(uint32_t nCoderType) : CAENC(nCoderType) {}
+  ~CAENCHis() override;
+  int InitEncoder() override;
+  int EncoderFrame(const uint8_t* in, uint32_t inLen, uint8_t* out, uint32_t* outLen) override;
+
+ private:
+  int EncodeHeldFrame(const uint8_t* in, uint32_t inLen, uint8_t* out, uint32_t* outLen);
+  bool EncodeUnit(const uint8_t* pcm, uint32_t samples, uint8_t* out, uint32_t* outLen);
+  void Hold(const uint8_t* in, uint32_t len);
+
+  alignas(8) uint8_t m_State8[kStateBytesG711] = {};
+  alignas(8) uint8_t m_State128[kStateBytesG726] = {};
+  alignas(8) uint8_t m_State16[kStateBytesAdpcm] = {};
+  uint8_t* m_pState = nullptr;
+  int16_t m_Pcm[kVoiceMaxSamples] = {};  // the input, aligned for the engine
+};
+
+}  // namespace zp

@@ -1,0 +1,175 @@
+// Microphone capture through the C API, with SDL's disk driver reading a raw file as the
+// microphone: what the callback receives is compared with the file.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <random>
+#include <vector>
+
+#include "CaptureTestSupport.h"
+#include "zephplay.h"
+
+namespace {
+
+using zp::test::Bytes;
+using zp::test::DiskMicrophone;
+
+constexpr double kPi = 3.14159265358979323846;
+
+// Collects what a capture delivers; wait() gives up after a deadline instead of hanging.
+struct Received {
+  std::mutex lock;
+  std::vector<uint8_t> bytes;
+  std::vector<uint32_t> lengths;
+  std::atomic<int32_t> closeResult{1};
+  std::atomic<ZEPHPLAY_AUDIOCAPTURE*> self{nullptr};
+
+  static void ZEPHPLAY_CALL Take(const uint8_t* data, uint32_t len, uint64_t user) {
+    auto* r = reinterpret_cast<Received*>(user);
+    std::lock_guard<std::mutex> hold(r->lock);
+    r->bytes.insert(r->bytes.end(), data, data + len);
+    r->lengths.push_back(len);
+  }
+  static void ZEPHPLAY_CALL CloseInside(const uint8_t*, uint32_t, uint64_t user) {
+    auto* r = reinterpret_cast<Received*>(user);
+    if (ZEPHPLAY_AUDIOCAPTURE* self = r->self.load()) {
+      r->closeResult = ZEPHPLAY_CloseAudioCapture(self);
+    }
+  }
+  bool Wait(size_t bytesWanted) {
+    return zp::test::WaitUntil([&] {
+      std::lock_guard<std::mutex> hold(lock);
+      return bytes.size() >= bytesWanted;
+    });
+  }
+};
+
+std::vector<int16_t> Samples(const std::vector<uint8_t>& bytes, size_t from, size_t count) {
+  std::vector<int16_t> out(count);
+  std::memcpy(out.data(), bytes.data() + from * 2, count * 2);
+  return out;
+}
+
+struct OpenCase {
+  const char* name;
+  uint32_t rate;
+  uint16_t channels;
+  uint32_t buffer;  // 0: the plain form, else ZEPHPLAY_OpenAudioCapturePCM with this size
+};
+
+int32_t Open(const OpenCase& c, Received* r, ZEPHPLAY_AUDIOCAPTURE** capture) {
+  const uint64_t user = reinterpret_cast<uint64_t>(r);
+  if (c.buffer == 0) {
+    return c.rate == 8000 ? ZEPHPLAY_OpenAudioCapture(capture, user, &Received::Take)
+                          : ZEPHPLAY_OpenAudioCaptureEx(capture, c.rate, user, &Received::Take);
+  }
+  const ZEPHPLAY_WAVEFORMAT format{1, c.channels, c.rate, c.rate * 2u * c.channels, uint16_t(2 * c.channels), 16, 0};
+  return ZEPHPLAY_OpenAudioCapturePCM(capture, &format, c.buffer, user, &Received::Take);
+}
+
+TEST(CaptureExports, TheCallbackGetsTheMicrophonesSamplesInWholeBuffers) {
+  const OpenCase cases[] = {{"8 kHz", 8000, 1, 0}, {"16 kHz", 16000, 1, 0}, {"PCM stereo", 11025, 2, 882}};
+  for (const OpenCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::vector<uint8_t> ramp = zp::test::Ramp(8000);
+    DiskMicrophone microphone(ramp);
+    ZEPHPLAY_SetUseSpeex(0);
+    Received r;
+    ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
+    ASSERT_EQ(Open(c, &r, &capture), 0);
+    const bool enough = r.Wait(ramp.size());
+    ASSERT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
+    ASSERT_TRUE(enough);
+    const uint32_t buffer = c.buffer == 0 ? 320 : c.buffer;
+    for (uint32_t len : r.lengths) {
+      ASSERT_EQ(len, buffer);
+    }
+    EXPECT_TRUE(std::equal(ramp.begin(), ramp.end(), r.bytes.begin()));
+    const size_t after = r.bytes.size();
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_EQ(r.bytes.size(), after) << "delivered after close";
+  }
+}
+
+// A tone that comes and goes (250 ms each) over steady noise, as speech does: the suppressor
+// learns the noise in the gaps, so a steady tone would count as noise.
+bool ToneOn(size_t i) { return (i / 2000) % 2 == 0; }
+
+// Mean power in dB of the middle of the gaps (tone false) or of the bursts (tone true).
+double PowerDb(const std::vector<int16_t>& s, bool tone) {
+  double energy = 0;
+  size_t count = 0;
+  for (size_t i = 0; i < s.size(); ++i) {
+    const size_t phase = i % 2000;
+    if (ToneOn(i) == tone && phase > 400 && phase < 1600) {
+      energy += double(s[i]) * s[i];
+      ++count;
+    }
+  }
+  return 10 * std::log10(energy / double(count));
+}
+
+TEST(CaptureExports, NoiseSuppressionQuietensTheGapsAndKeepsTheTone) {
+  std::vector<int16_t> noisy(4 * 8000);
+  std::mt19937 random(7);
+  std::normal_distribution<double> noise(0.0, 1000.0);
+  for (size_t i = 0; i < noisy.size(); ++i) {
+    const double tone = ToneOn(i) ? 6000 * std::sin(2 * kPi * 440 * i / 8000.0) : 0;
+    noisy[i] = static_cast<int16_t>(std::lround(tone + noise(random)));
+  }
+  double gap[2], burst[2];
+  for (int speex : {0, 1}) {
+    DiskMicrophone microphone(Bytes(noisy));
+    ZEPHPLAY_SetUseSpeex(speex);
+    Received r;
+    ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
+    ASSERT_EQ(ZEPHPLAY_OpenAudioCapture(&capture, reinterpret_cast<uint64_t>(&r), &Received::Take), 0);
+    const bool enough = r.Wait(noisy.size() * 2);
+    ASSERT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
+    ASSERT_TRUE(enough);
+    // The last two seconds, once the suppressor has learnt the noise.
+    const std::vector<int16_t> late = Samples(r.bytes, 2 * 8000, 2 * 8000);
+    gap[speex] = PowerDb(late, false);
+    burst[speex] = PowerDb(late, true);
+  }
+  ZEPHPLAY_SetUseSpeex(0);
+  std::printf("noise in the gaps %.1f dB lower, tone %.1f dB lower\n", gap[0] - gap[1], burst[0] - burst[1]);
+  EXPECT_GT(gap[0] - gap[1], 8.0);
+  EXPECT_LT(std::fabs(burst[0] - burst[1]), 2.0);
+}
+
+TEST(CaptureExports, RefusalsAndTheEchoCancellerThatNeverOpens) {
+  DiskMicrophone microphone(std::vector<uint8_t>(32000, 1));
+  ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
+  EXPECT_EQ(ZEPHPLAY_OpenAudioCapture(nullptr, 0, &Received::Take), -1);
+  EXPECT_EQ(ZEPHPLAY_OpenAudioCapturePCM(&capture, nullptr, 320, 0, &Received::Take), -1);
+  const ZEPHPLAY_WAVEFORMAT floats{3, 1, 8000, 32000, 4, 32, 0};
+  EXPECT_EQ(ZEPHPLAY_OpenAudioCapturePCM(&capture, &floats, 320, 0, &Received::Take), -1);
+  const ZEPHPLAY_WAVEFORMAT pcm{1, 1, 8000, 16000, 2, 16, 0};
+  EXPECT_EQ(ZEPHPLAY_OpenAudioCapturePCM(&capture, &pcm, 0, 0, &Received::Take), -1);
+  EXPECT_EQ(capture, nullptr);
+  EXPECT_EQ(ZEPHPLAY_CloseAudioCapture(nullptr), -1);
+
+  ZEPHPLAY_ECHO* echo = nullptr;
+  ZEPHPLAY_SetAecParam(1, 109);
+  EXPECT_EQ(ZEPHPLAY_OpenEchoCancellation(&echo, nullptr, nullptr), 1);
+  EXPECT_EQ(echo, nullptr);
+  EXPECT_EQ(ZEPHPLAY_CloseEchoCancellation(nullptr), 1);
+  ZEPHPLAY_SetAecParam(0, 109);
+
+  // Closing from inside the callback would wait for the callback itself: refused.
+  Received r;
+  ASSERT_EQ(ZEPHPLAY_OpenAudioCapture(&capture, reinterpret_cast<uint64_t>(&r), &Received::CloseInside), 0);
+  r.self = capture;
+  EXPECT_TRUE(zp::test::WaitUntil([&] { return r.closeResult != 1; }));
+  r.self = nullptr;
+  EXPECT_EQ(r.closeResult, -1);
+  EXPECT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
+}
+
+}  // namespace

@@ -1,0 +1,394 @@
+// The audio encoders as a client sees them, judged by outside decoders: the ITU-T G.711 vectors,
+// libavcodec's G.726, IMA, AAC and AMR-NB codecs, and our own decoders through their exports.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "audio/AvAudio.h"
+#include "audio/ClientSupport.h"
+#include "audio/DiskAudio.h"
+#include "zephplay.h"
+
+namespace zp::test {
+namespace {
+
+std::vector<int16_t> Tone(size_t n, int rate) {
+  std::vector<int16_t> pcm(n);
+  for (size_t i = 0; i < n; ++i) {
+    const double t = static_cast<double>(i) / rate;
+    pcm[i] = static_cast<int16_t>(6000 * std::sin(2 * M_PI * 440 * t) + 3000 * std::sin(2 * M_PI * 1230 * t));
+  }
+  return pcm;
+}
+
+const uint8_t* Bytes(const std::vector<int16_t>& pcm, size_t sample = 0) {
+  return reinterpret_cast<const uint8_t*>(pcm.data() + sample);
+}
+
+// One exported encoder; payloads of the frames it made.
+class Encoder {
+ public:
+  explicit Encoder(uint32_t coder) { opened_ = ZEPHPLAY_OpenAudioEncoder(&handle_, coder); }
+  ~Encoder() {
+    if (opened_ == 0) {
+      ZEPHPLAY_CloseAudioEncoder(handle_);
+    }
+  }
+  int32_t opened() const { return opened_; }
+  ZEPHPLAY_AUDIOENCODER* handle() const { return handle_; }
+
+  // One ZEPHPLAY_AudioEncoderFrame call; the payload (empty on -1) after checking the head.
+  std::vector<uint8_t> Frame(const uint8_t* pcm, uint32_t len, int32_t* rc = nullptr) {
+    std::vector<uint8_t> frame(ZEPHPLAY_AUDIO_ENCODER_FRAME_SIZE(len));
+    uint32_t frameLen = 0;
+    const int32_t result = ZEPHPLAY_AudioEncoderFrame(handle_, pcm, len, frame.data(), &frameLen);
+    if (rc != nullptr) {
+      *rc = result;
+    }
+    return Payload(result, frame, frameLen);
+  }
+  // Frames of `piece` bytes over all of pcm, payloads concatenated.
+  std::vector<uint8_t> Stream(const std::vector<int16_t>& pcm, uint32_t piece) {
+    std::vector<uint8_t> all;
+    for (size_t at = 0; at + piece <= pcm.size() * 2; at += piece) {
+      const std::vector<uint8_t> payload = Frame(Bytes(pcm) + at, piece);
+      all.insert(all.end(), payload.begin(), payload.end());
+    }
+    return all;
+  }
+
+  static std::vector<uint8_t> Payload(int32_t result, std::vector<uint8_t> frame, uint32_t frameLen) {
+    if (result != 0) {
+      return {};
+    }
+    uint32_t payload = 0;
+    uint64_t stamp = 0;
+    std::memcpy(&payload, frame.data(), 4);
+    std::memcpy(&stamp, frame.data() + 4, 8);
+    EXPECT_EQ(frameLen, payload + 12);
+    EXPECT_LT(stamp, 1ull << 32);  // a 32-bit microsecond tick, widened
+    return std::vector<uint8_t>(frame.begin() + 12, frame.begin() + frameLen);
+  }
+
+ private:
+  ZEPHPLAY_AUDIOENCODER* handle_ = nullptr;
+  int32_t opened_ = -1;
+};
+
+// Voice-engine units back to back, cut at their heads.
+std::vector<std::vector<uint8_t>> Units(const std::vector<uint8_t>& payload) {
+  std::vector<std::vector<uint8_t>> units;
+  for (size_t at = 0; at + 4 <= payload.size();) {
+    const size_t len = 4 + 2 * payload[at + 2];
+    EXPECT_EQ(payload[at], 0);
+    EXPECT_EQ(payload[at + 1], 1);
+    units.emplace_back(payload.begin() + at, payload.begin() + std::min(payload.size(), at + len));
+    at += len;
+  }
+  return units;
+}
+
+// ADTS frames back to back, cut by their frame_length.
+std::vector<std::vector<uint8_t>> AdtsFrames(const std::vector<uint8_t>& payload) {
+  std::vector<std::vector<uint8_t>> frames;
+  for (size_t at = 0; at + 7 <= payload.size();) {
+    EXPECT_EQ(payload[at], 0xFF);
+    const size_t len = ((payload[at + 3] & 3u) << 11) | (payload[at + 4] << 3) | (payload[at + 5] >> 5);
+    if (len < 7) {
+      ADD_FAILURE() << "ADTS frame length " << len;
+      break;
+    }
+    frames.emplace_back(payload.begin() + at, payload.begin() + std::min(payload.size(), at + len));
+    at += len;
+  }
+  return frames;
+}
+
+// Our decoder through its exports: each packet decoded on its own.
+std::vector<int16_t> OurDecode(uint32_t coder, int rate, const std::vector<std::vector<uint8_t>>& packets) {
+  ZEPHPLAY_AUDIODECODER* decoder = nullptr;
+  EXPECT_EQ(ZEPHPLAY_OpenAudioDecoder(&decoder), 0);
+  const std::vector<uint8_t> head = Head(static_cast<uint16_t>(coder), 1, static_cast<uint16_t>(rate));
+  EXPECT_EQ(ZEPHPLAY_AudioDecoderHead(decoder, head.data(), 512), 0);
+  std::vector<int16_t> out;
+  std::vector<int16_t> pcm(8192);
+  for (const auto& packet : packets) {
+    uint32_t bytes = static_cast<uint32_t>(pcm.size() * 2);
+    EXPECT_EQ(ZEPHPLAY_AudioDecoderFrame(decoder, packet.data(), static_cast<uint32_t>(packet.size()),
+                                         reinterpret_cast<uint8_t*>(pcm.data()), &bytes), 0);
+    out.insert(out.end(), pcm.begin(), pcm.begin() + bytes / 2);
+  }
+  uint16_t channels = 1;
+  uint32_t rateOut = 0;
+  uint32_t avgBytes = 0;
+  uint16_t bits = 0;
+  ZEPHPLAY_AudioDecoderWaveFormat(decoder, &channels, &rateOut, &avgBytes, &bits);
+  ZEPHPLAY_CloseAudioDecoder(decoder);
+  // libfaad2 plays mono as two equal channels: keep the first.
+  for (size_t i = 0; channels == 2 && i < out.size() / 2; ++i) {
+    out[i] = out[2 * i];
+  }
+  out.resize(out.size() / channels);
+  return out;
+}
+
+std::vector<int16_t> AvDecode(const char* name, int rate, const std::vector<std::vector<uint8_t>>& packets,
+                              int blockAlign = 0) {
+  AvAudioDecoder decoder(name, {rate, 1, blockAlign, blockAlign != 0 ? 4 : 0, 0});
+  EXPECT_TRUE(decoder.ok()) << name;
+  std::vector<int16_t> out;
+  for (const auto& packet : packets) {
+    EXPECT_TRUE(decoder.Decode(packet.data(), packet.size(), &out)) << name;
+  }
+  return out;
+}
+
+// The best SNR of decoded against the input over the codec delays up to maxLag samples.
+double BestSnr(const std::vector<int16_t>& input, const std::vector<int16_t>& decoded, size_t maxLag,
+               size_t* lagOut = nullptr) {
+  double best = -100;
+  for (size_t lag = 0; lag <= maxLag && lag < decoded.size(); ++lag) {
+    const size_t n = std::min(input.size(), decoded.size() - lag);
+    const double snr = SnrDb(input.data(), decoded.data() + lag, n);
+    if (snr > best) {
+      best = snr;
+      if (lagOut != nullptr) {
+        *lagOut = lag;
+      }
+    }
+  }
+  return best;
+}
+
+// libavcodec's G.726 encoder over all of pcm, 160 samples a packet, codes concatenated.
+std::vector<uint8_t> AvG726(const char* name, int bits, const std::vector<int16_t>& pcm) {
+  const AVCodec* codec = avcodec_find_encoder_by_name(name);
+  AVCodecContext* ctx = avcodec_alloc_context3(codec);
+  ctx->sample_rate = 8000;
+  ctx->sample_fmt = AV_SAMPLE_FMT_S16;
+  ctx->bit_rate = bits * 8000;
+  av_channel_layout_default(&ctx->ch_layout, 1);
+  std::vector<uint8_t> codes;
+  if (avcodec_open2(ctx, codec, nullptr) < 0) {
+    avcodec_free_context(&ctx);
+    return codes;
+  }
+  ctx->frame_size = 160;
+  AVFrame* frame = av_frame_alloc();
+  AVPacket* packet = av_packet_alloc();
+  for (size_t at = 0; at + 160 <= pcm.size(); at += 160) {
+    frame->format = AV_SAMPLE_FMT_S16;
+    frame->nb_samples = 160;
+    av_channel_layout_default(&frame->ch_layout, 1);
+    av_frame_get_buffer(frame, 0);
+    std::memcpy(frame->data[0], pcm.data() + at, 320);
+    avcodec_send_frame(ctx, frame);
+    av_frame_unref(frame);
+    while (avcodec_receive_packet(ctx, packet) == 0) {
+      codes.insert(codes.end(), packet->data, packet->data + packet->size);
+      av_packet_unref(packet);
+    }
+  }
+  av_frame_free(&frame);
+  av_packet_free(&packet);
+  avcodec_free_context(&ctx);
+  return codes;
+}
+
+TEST(AudioEncoder, G711MatchesItuVectorsBitForBit) {
+  const std::string dir = ZEPHPLAY_ITU_VECTORS "/g711/";
+  const std::vector<int16_t> sweep = ReadWords(dir + "sweep.src");
+  ASSERT_EQ(sweep.size(), 65536u);
+  struct Case {
+    uint32_t coder;
+    const char* reference;
+    bool units;
+  };
+  for (const Case& c : {Case{17, "sweep-r.a", false}, Case{18, "sweep-r.u", false}, Case{10, "sweep-r.a", true},
+                        Case{11, "sweep-r.u", true}}) {
+    SCOPED_TRACE(c.coder);
+    Encoder encoder(c.coder);
+    ASSERT_EQ(encoder.opened(), 0);
+    std::vector<uint8_t> codes;
+    const std::vector<uint8_t> payload = encoder.Stream(sweep, 3200);
+    if (c.units) {
+      for (const auto& unit : Units(payload)) {
+        ASSERT_EQ(unit.size(), 164u);
+        codes.insert(codes.end(), unit.begin() + 4, unit.end());
+      }
+    } else {
+      codes = payload;
+    }
+    const std::vector<int16_t> reference = ReadWords(dir + c.reference);
+    ASSERT_EQ(codes.size(), 65536u / 1600 * 1600);
+    for (size_t i = 0; i < codes.size(); ++i) {
+      ASSERT_EQ(codes[i], reference[i] & 0xFF) << "sample " << i;
+    }
+  }
+}
+
+TEST(AudioEncoder, VoiceEngineTypesDecodeBackAndMatchLibavcodec) {
+  const std::vector<int16_t> pcm = Tone(160 * 100, 8000);
+  struct Case {
+    uint32_t coder;
+    size_t unitBytes;    // for 160 samples (161 for type 16)
+    const char* avName;  // libavcodec's encoder of the same codes, or null
+    int bits;
+    double minSnr;
+  };
+  const Case cases[] = {{1, 4 + 100, "g726le", 5, 25}, {3, 4 + 100, "g726", 5, 25}, {4, 4 + 80, "g726", 4, 18},
+                        {5, 4 + 60, "g726", 3, 10},    {6, 4 + 40, "g726", 2, 4},   {7, 4 + 80, "g726le", 4, 18},
+                        {8, 4 + 60, "g726le", 3, 10},  {9, 4 + 40, "g726le", 2, 4}, {2, 4 + 84, nullptr, 0, 15},
+                        {16, 4 + 84, nullptr, 0, 15}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.coder);
+    Encoder encoder(c.coder);
+    ASSERT_EQ(encoder.opened(), 0);
+    const std::vector<std::vector<uint8_t>> units = Units(encoder.Stream(pcm, 320));
+    // Type 16 makes 161-sample units from 320-byte pieces: one fewer than the pieces.
+    ASSERT_EQ(units.size(), c.coder == 16 ? 99u : 100u);
+    std::vector<uint8_t> codes;
+    for (const auto& unit : units) {
+      ASSERT_EQ(unit.size(), c.unitBytes);
+      codes.insert(codes.end(), unit.begin() + 4, unit.end());
+    }
+    const std::vector<int16_t> decoded = OurDecode(c.coder, 8000, units);
+    ASSERT_GE(decoded.size(), pcm.size() - 320);
+    // Our decoder plays 160 of each 161-sample IMA unit.
+    std::vector<int16_t> heard;
+    for (size_t i = 0; i < pcm.size(); ++i) {
+      if (c.coder != 16 || i % 161 != 160) {
+        heard.push_back(pcm[i]);
+      }
+    }
+    EXPECT_GT(BestSnr(heard, decoded, 0), c.minSnr);
+    if (c.avName != nullptr) {
+      EXPECT_EQ(codes, AvG726(c.avName, c.bits, pcm));
+    }
+  }
+}
+
+TEST(AudioEncoder, ImaUnitsDecodeAlikeInLibavcodec) {
+  const std::vector<int16_t> pcm = Tone(160 * 40, 8000);
+  Encoder encoder(16);
+  ASSERT_EQ(encoder.opened(), 0);
+  const std::vector<std::vector<uint8_t>> units = Units(encoder.Stream(pcm, 320));
+  ASSERT_EQ(units.size(), 40u * 320 / 322);
+  std::vector<std::vector<uint8_t>> blocks;
+  for (const auto& unit : units) {
+    blocks.emplace_back(unit.begin() + 4, unit.end());
+  }
+  // Each unit gives back its 161 samples exactly where they were taken.
+  const std::vector<int16_t> theirs = AvDecode("adpcm_ima_wav", 8000, blocks, 84);
+  ASSERT_EQ(theirs.size(), units.size() * 161);
+  EXPECT_GT(BestSnr(pcm, theirs, 0), 15.0);
+}
+
+// AAC at every rate: libavcodec and libfaad2 (through our decoder) hear the tone again.
+TEST(AudioEncoder, AacDecodesInLibavcodecAndOurDecoder) {
+  constexpr double kMinSnr = 20.0;  // seen: 24.7 dB at 32000 Hz, 32 to 59 dB elsewhere
+  for (uint32_t coder : {12u, 13u, 15u, 22u, 24u, 25u}) {
+    SCOPED_TRACE(coder);
+    const int rate = ZEPHPLAY_GetAacSampleRate(coder);
+    const std::vector<int16_t> pcm = Tone(1024 * 40, rate);
+    Encoder encoder(coder);
+    ASSERT_EQ(encoder.opened(), 0);
+    const std::vector<std::vector<uint8_t>> frames = AdtsFrames(encoder.Stream(pcm, 2048));
+    // One frame of look-ahead: 40 frames in, 39 out.
+    ASSERT_EQ(frames.size(), 39u);
+    const double av = BestSnr(pcm, AvDecode("aac", rate, frames), 2048);
+    const double faad = BestSnr(pcm, OurDecode(coder, rate, frames), 2048);
+    std::printf("AAC coder %u (%d Hz): SNR libavcodec %.1f dB, libfaad2 %.1f dB\n", coder, rate, av, faad);
+    EXPECT_GT(av, kMinSnr);
+    EXPECT_GT(faad, kMinSnr);
+  }
+  EXPECT_EQ(Encoder(23).opened(), -1);  // 40000 Hz has no ADTS rate index
+}
+
+TEST(AudioEncoder, AmrDecodesInLibavcodec) {
+  const std::vector<int16_t> pcm = Tone(160 * 100, 8000);
+  Encoder encoder(14);
+  ASSERT_EQ(encoder.opened(), 0);
+  const std::vector<uint8_t> payload = encoder.Stream(pcm, 3200);
+  ASSERT_EQ(payload.size(), 100u * 32);
+  std::vector<std::vector<uint8_t>> frames;
+  for (size_t at = 0; at < payload.size(); at += 32) {
+    ASSERT_EQ(payload[at], 0x3C);  // ToC: mode 7, quality bit
+    frames.emplace_back(payload.begin() + at, payload.begin() + at + 32);
+  }
+  const double snr = BestSnr(pcm, AvDecode("amrnb", 8000, frames), 400);
+  std::printf("AMR 12.2: SNR libavcodec %.1f dB\n", snr);
+  EXPECT_GT(snr, 8.0);
+}
+
+TEST(AudioEncoder, FramingCutsWholePieces) {
+  const std::vector<int16_t> pcm = Tone(8192, 8000);
+  struct Case {
+    uint32_t coder;
+    bool oneFrame;
+    uint32_t length;
+    int32_t result;
+    uint32_t payload;   // checked when the result is 0
+    uint32_t consumed;  // ZEPHPLAY_AudioEncOneFrame only
+  };
+  const Case cases[] = {
+      {18, false, 3000, 0, 1440, 0},       // 9 pieces of 320, 120 bytes dropped
+      {17, false, 319, -1, 0, 0},          // no whole piece
+      {20, false, 1000, 0, 960, 0},        // PCM: 3 pieces
+      {18, true, 1000, 0, 160, 320},       // the first piece gives output
+      {16, false, 320, -1, 0, 0},          // IMA holds 320 of 322 bytes
+      {12, false, 1500, -1, 0, 0},         // AAC: 1024 bytes taken, the rest dropped
+      {12, true, 3072, -1, 0, 3072},       // two AAC frames fed, the look-ahead holds the first
+      {12, true, 8192, 0, 0, 8192},        // one 8192-byte piece, output follows at once
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.coder << (c.oneFrame ? " one " : " frame ") << c.length);
+    Encoder encoder(c.coder);
+    ASSERT_EQ(encoder.opened(), 0);
+    std::vector<uint8_t> frame(ZEPHPLAY_AUDIO_ENCODER_FRAME_SIZE(c.length));
+    uint32_t frameLen = 0;
+    uint32_t length = c.length;
+    const int32_t rc = c.oneFrame ? ZEPHPLAY_AudioEncOneFrame(encoder.handle(), Bytes(pcm), &length, frame.data(), &frameLen)
+                                  : ZEPHPLAY_AudioEncoderFrame(encoder.handle(), Bytes(pcm), length, frame.data(), &frameLen);
+    ASSERT_EQ(rc, c.result);
+    const std::vector<uint8_t> payload = Encoder::Payload(rc, frame, frameLen);
+    if (rc == 0 && c.payload != 0) {
+      EXPECT_EQ(payload.size(), c.payload);
+    }
+    if (c.oneFrame) {
+      EXPECT_EQ(length, c.consumed);
+    }
+  }
+  // The AAC frame that the first call could not make comes with the next ones.
+  Encoder aac(12);
+  EXPECT_TRUE(aac.Frame(Bytes(pcm), 1500).empty());
+  EXPECT_TRUE(aac.Frame(Bytes(pcm), 1024).empty());
+  EXPECT_EQ(AdtsFrames(aac.Frame(Bytes(pcm), 2048)).size(), 1u);
+}
+
+TEST(AudioEncoder, HeadRatesAndRefusals) {
+  Encoder encoder(18);
+  std::vector<uint8_t> head(512, 0xAA);
+  uint32_t length = 0;
+  ASSERT_EQ(ZEPHPLAY_AudioEncoderHead(encoder.handle(), head.data(), &length), 0);
+  EXPECT_EQ(length, 512u);
+  std::vector<uint8_t> expected = Head(18, 0, 0);
+  EXPECT_EQ(head, expected);
+  EXPECT_EQ(Encoder(0).opened(), -1);
+  EXPECT_EQ(Encoder(99).opened(), -1);
+  EXPECT_EQ(ZEPHPLAY_OpenAudioEncoder(nullptr, 18), -1);
+  EXPECT_EQ(ZEPHPLAY_GetAacSampleRate(14), 0);
+  EXPECT_EQ(ZEPHPLAY_GetAacSampleRate(24), 44100);
+  EXPECT_EQ(ZEPHPLAY_GetAacSampleRate(23), 40000);
+  uint32_t len = 320;
+  EXPECT_EQ(ZEPHPLAY_AudioEncoderFrame(nullptr, head.data(), 320, head.data(), &len), -1);
+  EXPECT_EQ(ZEPHPLAY_AudioEncOneFrame(nullptr, head.data(), &len, head.data(), &len), -1);
+  EXPECT_EQ(ZEPHPLAY_AudioEncoderHead(nullptr, head.data(), &len), -1);
+  EXPECT_EQ(ZEPHPLAY_CloseAudioEncoder(nullptr), -1);
+}
+
+}  // namespace
+}  // namespace zp::test

@@ -1,0 +1,211 @@
+// The audio file player as a client sees it, playing files made by our AAC encoder through SDL's
+// disk audio driver.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cmath>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "audio/DiskAudio.h"
+#include "zephplay.h"
+
+namespace zp::test {
+namespace {
+
+// ADTS frames of a tone, made by our AAC encoder.
+std::vector<std::vector<uint8_t>> AacFrames(uint32_t coder, size_t count) {
+  const int rate = ZEPHPLAY_GetAacSampleRate(coder);
+  ZEPHPLAY_AUDIOENCODER* encoder = nullptr;
+  EXPECT_EQ(ZEPHPLAY_OpenAudioEncoder(&encoder, coder), 0);
+  std::vector<std::vector<uint8_t>> frames;
+  std::vector<int16_t> pcm(1024);
+  std::vector<uint8_t> out(ZEPHPLAY_AUDIO_ENCODER_FRAME_SIZE(2048));
+  for (size_t n = 0; frames.size() < count; ++n) {
+    for (size_t i = 0; i < pcm.size(); ++i) {
+      pcm[i] = static_cast<int16_t>(8000 * std::sin(2 * M_PI * 500 * static_cast<double>(n * 1024 + i) / rate));
+    }
+    uint32_t len = 0;
+    if (ZEPHPLAY_AudioEncoderFrame(encoder, reinterpret_cast<uint8_t*>(pcm.data()), 2048, out.data(), &len) == 0) {
+      frames.emplace_back(out.begin() + 12, out.begin() + len);
+    }
+  }
+  ZEPHPLAY_CloseAudioEncoder(encoder);
+  return frames;
+}
+
+std::string WriteFile(const std::string& name, const std::vector<std::vector<uint8_t>>& frames) {
+  const std::string path = (std::filesystem::temp_directory_path() / (name + std::to_string(getpid()))).string();
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  for (const auto& frame : frames) {
+    out.write(reinterpret_cast<const char*>(frame.data()), static_cast<std::streamsize>(frame.size()));
+  }
+  return path;
+}
+
+struct Message {
+  int32_t code;
+  uint32_t seconds;
+  bool operator==(const Message&) const = default;
+};
+
+// A player with its messages recorded.
+class Player {
+ public:
+  Player() {
+    EXPECT_EQ(ZEPHPLAY_AFPOpen(&handle_), 0);
+    EXPECT_EQ(ZEPHPLAY_AFPSetFUNMsgCB(handle_, reinterpret_cast<uint64_t>(this), &Player::OnMessage), 0);
+  }
+  ~Player() { ZEPHPLAY_AFPClose(handle_); }
+  ZEPHPLAY_AFP* handle() const { return handle_; }
+
+  uint32_t Total() const { return Get(&ZEPHPLAY_AFPGetTotalTime); }
+  uint32_t Played() const { return Get(&ZEPHPLAY_AFPGetPlayTime); }
+
+  bool WaitForEnd(int timeoutMs = 20000) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    return cv_.wait_for(lock, std::chrono::milliseconds(timeoutMs),
+                        [&] { return !messages_.empty() && messages_.back().code == 2; });
+  }
+  std::vector<Message> Messages() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return messages_;
+  }
+
+ private:
+  static void OnMessage(int32_t code, uint32_t seconds, uint64_t user) {
+    auto* self = reinterpret_cast<Player*>(user);
+    std::lock_guard<std::mutex> lock(self->mutex_);
+    self->messages_.push_back({code, seconds});
+    self->cv_.notify_all();
+  }
+  uint32_t Get(int32_t (*getter)(ZEPHPLAY_AFP*, uint32_t*)) const {
+    uint32_t ms = 0xFFFFFFFF;
+    EXPECT_EQ(getter(handle_, &ms), 0);
+    return ms;
+  }
+
+  ZEPHPLAY_AFP* handle_ = nullptr;
+  std::mutex mutex_;
+  std::condition_variable cv_;
+  std::vector<Message> messages_;
+};
+
+TEST(AudioFilePlayer, PlaysToTheEndWithProgress) {
+  DiskAudio disk(1);
+  struct Case {
+    uint32_t coder;
+    uint32_t frameMs;
+  };
+  for (const Case& c : {Case{25, 21}, Case{12, 128}}) {
+    SCOPED_TRACE(c.coder);
+    const size_t frames = c.coder == 25 ? 150 : 20;
+    const std::string path = WriteFile("zp-afp-", AacFrames(c.coder, frames));
+    Player player;
+    ASSERT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), path.c_str()), 0);
+    EXPECT_EQ(player.Total(), frames * c.frameMs);
+    ASSERT_TRUE(player.WaitForEnd());
+    EXPECT_EQ(player.Played(), player.Total());
+    // Progress when a frame ends within its own length past a whole second; the end once.
+    std::vector<Message> expected;
+    for (uint32_t t = c.frameMs; t <= frames * c.frameMs; t += c.frameMs) {
+      if (t % 1000 <= c.frameMs) {
+        expected.push_back({1, t / 1000});
+      }
+    }
+    expected.push_back({2, static_cast<uint32_t>(frames * c.frameMs / 1000)});
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(player.Messages(), expected);
+    ASSERT_EQ(ZEPHPLAY_AFPStopPlay(player.handle()), 0);
+    EXPECT_EQ(player.Played(), player.Total());  // the position outlives stop
+    std::filesystem::remove(path);
+  }
+  // The tone was heard, not only silence.
+  const std::vector<int16_t> played = disk.Samples();
+  size_t loud = 0;
+  for (int16_t s : played) {
+    loud += std::abs(s) > 2000 ? 1 : 0;
+  }
+  EXPECT_GT(loud, 20u * 1024);
+}
+
+TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
+  DiskAudio disk(1);
+  std::vector<std::vector<uint8_t>> frames = AacFrames(25, 4);
+  std::vector<std::vector<uint8_t>> broken = frames;
+  broken[2][1] = 0x0F;  // the third frame's sync word
+  std::vector<std::vector<uint8_t>> big = {frames[0]};
+  struct Case {
+    const char* name;
+    std::vector<std::vector<uint8_t>> content;
+    uint64_t size;  // grown to this with zeros when non-zero
+    bool readOnly;
+    int32_t result;
+    uint32_t total;
+  };
+  const Case cases[] = {
+      {"empty", {}, 0, false, 1, 0},
+      {"garbage", {{1, 2, 3, 4, 5, 6, 7, 8, 9}}, 0, false, 1, 0},
+      {"100MiB", big, 100u << 20, false, 1, 0},
+      {"under100MiB", big, (100u << 20) - 1, false, 0, 21},
+      {"brokenThird", broken, 0, false, 0, 2 * 21},
+      {"readOnly", frames, 0, true, 1, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    if (c.readOnly && geteuid() == 0) {
+      continue;  // root opens anything for writing
+    }
+    const std::string path = WriteFile(std::string("zp-afp-") + c.name, c.content);
+    if (c.size != 0) {
+      std::filesystem::resize_file(path, c.size);
+    }
+    if (c.readOnly) {
+      chmod(path.c_str(), 0444);
+    }
+    Player player;
+    EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), path.c_str()), c.result);
+    EXPECT_EQ(player.Total(), c.total);
+    std::filesystem::remove(path);
+  }
+  Player player;
+  EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), "/nonexistent/zp.aac"), 1);
+  EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), nullptr), 1);
+  uint32_t ms = 0;
+  EXPECT_EQ(ZEPHPLAY_AFPOpen(nullptr), 1);
+  EXPECT_EQ(ZEPHPLAY_AFPGetTotalTime(nullptr, &ms), 1);
+  EXPECT_EQ(ZEPHPLAY_AFPPause(nullptr, 1), 1);
+  EXPECT_EQ(ZEPHPLAY_AFPClose(nullptr), 1);
+}
+
+TEST(AudioFilePlayer, PauseHoldsThePositionAndWidePathsPlay) {
+  DiskAudio disk(20);
+  const std::string path = WriteFile("zp-afp-pause-", AacFrames(12, 40));
+  Player player;
+  const std::wstring wide(path.begin(), path.end());
+  ASSERT_EQ(ZEPHPLAY_AFPStartPlayW(player.handle(), wide.c_str()), 0);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (player.Played() < 3 * 128 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle(), 1), 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // a refill under way ends
+  const uint32_t held = player.Played();
+  std::this_thread::sleep_for(std::chrono::milliseconds(400));
+  EXPECT_EQ(player.Played(), held);
+  EXPECT_LT(held, player.Total());
+  ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle(), 0), 0);
+  EXPECT_TRUE(player.WaitForEnd());
+  EXPECT_EQ(player.Played(), player.Total());
+  std::filesystem::remove(path);
+}
+
+}  // namespace
+}  // namespace zp::test
