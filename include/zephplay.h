@@ -9,6 +9,30 @@
  *    must not be closed while another thread uses it.
  *  - Strings are NUL-terminated UTF-8 unless a name ends in W (wide-character paths).
  *  - Nothing is thrown across this interface.
+ *
+ * Callbacks:
+ *  - A callback is registered with its handle as a function and a 64-bit user value; the user
+ *    value comes back unchanged in every call. Each callback type below names the thread that
+ *    calls it: the player's decode thread, the player's play thread, the sound device's callback
+ *    thread (the SDL audio thread) for sound, or the caller's own thread inside the export that
+ *    causes the call. Calls of one callback never overlap.
+ *  - The function may be NULL: nothing is called then. A setter waits for a call of its callback
+ *    that is under way, so once the setter returns the previous function is not called again.
+ *    Hence a callback must never wait, directly or by closing another handle, for a thread that
+ *    may be calling a setter of the same handle.
+ *  - No callback is called after the close that ends its object (ZEPHPLAY_ClosePlayHandle for a
+ *    play handle) has returned.
+ *  - Inside a callback the library may be called for other handles and objects, for the
+ *    process-wide functions, and, on the same handle, for the callback's own setter (to clear or
+ *    replace it). Nothing else on the same handle, and above all never its close: on a player's
+ *    thread the close waits for that thread to end, which is the thread making the call, so it
+ *    never returns; on the caller's thread it would free the player that the enclosing export is
+ *    still using. Other calls on the same handle may wait for a lock that another thread of
+ *    the player holds while it waits for the calling thread.
+ *  - Pointer arguments point into the library's memory: read them only, and only during the
+ *    call; copy what must outlive it.
+ *  - Return quickly: the calling thread waits meanwhile (a slow decode callback holds up
+ *    decoding, a slow sound callback makes the sound stutter).
  */
 #ifndef ZEPHPLAY_H
 #define ZEPHPLAY_H
@@ -271,28 +295,45 @@ typedef struct ZEPHPLAY_POINT {
 } ZEPHPLAY_POINT;
 
 /**
- * Decode callback: called on the player's decode thread for every decoded picture, with the
- * user value first, the three planes and their strides in bytes, the picture size and the
- * frame's stamp in microseconds. The planes are valid only during the call.
+ * Decode callback: one call for each picture the decoder puts out, in decode order.
+ * Thread: the player's decode thread, inside the decode of a frame.
+ * Arguments: the user value first, then the Y, U and V planes with their strides in bytes, the
+ * picture size in pixels and the frame's stamp in microseconds. The planes belong to the decoder,
+ * which reuses them for the next picture: read them only, and only during the call; copy what
+ * you keep. Not called for pictures that hardware decoding shows straight in the window.
+ * May be NULL; re-entry, close and lifetimes as under "Callbacks" at the top.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCallBack)(uint64_t user, const uint8_t* y,
     const uint8_t* u, const uint8_t* v, int32_t yStride, int32_t uStride, int32_t vStride,
     int32_t width, int32_t height, uint64_t stamp);
 
-/** Picture-size callback: called on the decode thread when the decoded size changes. */
+/**
+ * Picture-size callback: called when the decoded size changes, the first picture included,
+ * before the decode callback of the first picture of the new size; when hardware decoding
+ * starts, with the coded size. Thread: the player's decode thread, inside the decode of a frame.
+ * No pointer arguments. May be NULL; re-entry and close as under "Callbacks" at the top.
+ */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_SizeCallBack)(int32_t width, int32_t height, uint64_t user);
 
 /**
- * Display callback: called on the player's thread after each picture is drawn (or, without a
- * window, would have been): the window handle, the picture's width and height, its stamp in
- * microseconds, and the size it was shown at (0 x 0 without a window).
+ * Display callback: called after each picture is drawn (or, without a window, would have been):
+ * the window handle, the picture's width and height, its stamp in microseconds, and the size it
+ * was shown at (0 x 0 without a window). Pictures skipped by the 16 ms drawing limit and pictures
+ * that hardware decoding shows straight in the window give no call.
+ * Thread: the thread that draws: the player's play thread, or the caller's thread inside an
+ * export that steps to or redraws a picture itself. No pointer arguments (the window is the
+ * caller's own handle, passed back). May be NULL; re-entry and close as under "Callbacks" at the
+ * top.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DisplayCallBack)(uint64_t window, uint32_t width,
     uint32_t height, uint64_t stamp, uint32_t shownWidth, uint32_t shownHeight, uint64_t user);
 
 /**
- * Extended decode callback: called on the player's thread just before each picture is drawn:
- * its stamp in microseconds, width, height, Y stride, U/V stride and the player's draw index.
+ * Extended decode callback: called just before each picture is drawn, with its stamp in
+ * microseconds, width, height, Y stride, U/V stride and the player's draw index. The same
+ * pictures as the display callback, on the same thread: the player's play thread, or the
+ * caller's thread inside an export that steps to or redraws a picture itself. No pointer
+ * arguments. May be NULL; re-entry and close as under "Callbacks" at the top.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCBEx)(uint64_t stamp, uint32_t width, uint32_t height,
     uint32_t yStride, uint32_t uvStride, uint32_t index, uint64_t user);
@@ -1019,6 +1060,49 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenAudioCapturePCM(ZEPHPLAY_AUDIOCA
  * the capture. Returns 0; -1 for NULL or when called from inside its own callback (nothing done).
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioCapture(ZEPHPLAY_AUDIOCAPTURE* capture);
+
+/**
+ * Starts capturing and encoding for a coder type into *ace: at the coder type's AAC rate in
+ * 1024-byte buffers for AAC types, else at 8000 Hz in 320-byte buffers. Each buffer is encoded
+ * as ZEPHPLAY_AudioEncoderFrame would (12-byte head, stamp = the millisecond tick x 1000 in 32
+ * bits, so it wraps about every 71.6 minutes) and queued (150 frames, 25000 bytes; a full queue
+ * is emptied); a worker thread of the object delivers the frames to callback (may be NULL).
+ * A coder type without an encoder captures but delivers nothing. Returns 0; -1 when ace is NULL
+ * or the device does not open.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEOpen(ZEPHPLAY_ACE** ace, int32_t coderType, uint64_t user,
+                                                   ZEPHPLAY_AudioCaptureCallBack callback);
+
+/**
+ * Stops the worker (waiting for a delivery under way), then the capture, closes a save file and
+ * frees the object. Returns 0; -1 for NULL or from inside its own callback (nothing done).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEClose(ZEPHPLAY_ACE* ace);
+
+/**
+ * From now on appends each delivered frame's payload (without its 12-byte head) to a new
+ * temporary file "AudioFile..." in $TMPDIR (else /tmp), and restarts ZEPHPLAY_ACEGetTime.
+ * Returns 0; 1 when a file is open already (it stays) or none can be made; -1 for NULL.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEStartSaveToFile(ZEPHPLAY_ACE* ace);
+
+/** Closes the save file, which stays on disk. Returns 1 (always so); -1 for NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEStopSaveToFile(ZEPHPLAY_ACE* ace);
+
+/**
+ * Copies the last save file's path into path, which must hold 260 characters (at most 259 and
+ * the terminator are written; empty before the first save). Returns 0; -1 for NULL arguments.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetSavePath(ZEPHPLAY_ACE* ace, char* path);
+
+/** As ZEPHPLAY_ACEGetSavePath in wide characters (260 of them). */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetSavePathW(ZEPHPLAY_ACE* ace, wchar_t* path);
+
+/**
+ * *ms = the tick of the last delivery minus that of the first since open or the last
+ * ZEPHPLAY_ACEStartSaveToFile. Returns 0; -1 for NULL arguments.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ACEGetTime(ZEPHPLAY_ACE* ace, uint32_t* ms);
 
 /**
  * Never opens an echo canceller: logs the echo settings of ZEPHPLAY_SetAecParam and returns 1,

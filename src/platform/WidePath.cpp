@@ -27,7 +27,38 @@ void AppendUtf8(std::string& out, uint32_t cp) {
   }
 }
 
+// The code point that starts at text[*at], moving *at past it.
+uint32_t NextCodePoint(const std::string& text, size_t* at) {
+  const auto lead = static_cast<uint8_t>(text[(*at)++]);
+  const int extra = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : -1;
+  if (extra < 0) {
+    return 0xFFFD;
+  }
+  uint32_t cp = extra == 0 ? lead : lead & (0x3F >> extra);
+  for (int i = 0; i < extra; ++i, ++*at) {
+    if (*at >= text.size() || (static_cast<uint8_t>(text[*at]) & 0xC0) != 0x80) {
+      return 0xFFFD;
+    }
+    cp = (cp << 6) | (static_cast<uint8_t>(text[*at]) & 0x3F);
+  }
+  return cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF) ? 0xFFFD : cp;
+}
+
 }  // namespace
+
+std::wstring Utf8ToWide(const std::string& utf8) {
+  std::wstring out;
+  for (size_t at = 0; at < utf8.size();) {
+    const uint32_t cp = NextCodePoint(utf8, &at);
+    if (sizeof(wchar_t) == 2 && cp >= 0x10000) {
+      out += static_cast<wchar_t>(0xD800 + ((cp - 0x10000) >> 10));
+      out += static_cast<wchar_t>(0xDC00 + ((cp - 0x10000) & 0x3FF));
+    } else {
+      out += static_cast<wchar_t>(cp);
+    }
+  }
+  return out;
+}
 
 std::string WideToUtf8(const wchar_t* wide) {
   std::string out;

@@ -5,6 +5,7 @@
 
 #include "common/CAutoLock.h"
 #include "common/LogAccess.h"
+#include "media/CFileTembro.h"
 
 namespace zp {
 
@@ -70,8 +71,16 @@ uint32_t CPlayerFile::ProbeDecoderType() {
       break;
     }
   }
-  m_pRecFile->SeekToBegin();
+  Rewind();
   return type;
+}
+
+// The vendor reader's rewind starts past where a recording head would be (its files have
+// none) and would lose the first frames; seeking to the begin time finds its first key frame.
+void CPlayerFile::Rewind() {
+  if (dynamic_cast<CFileTembro*>(m_pRecFile) == nullptr || m_pRecFile->SeekTime(0, 0) != 0) {
+    m_pRecFile->SeekToBegin();
+  }
 }
 
 int CPlayerFile::OpenFile(const char* pPath, uint32_t nDrawMode) {
@@ -118,7 +127,7 @@ int CPlayerFile::Play() {
   if (m_pRecFile == nullptr) {
     return 1;
   }
-  m_pRecFile->SeekToBegin();
+  Rewind();
   m_VideoFrames.Reset();
   m_AudioFrames.Reset();
   ClearPictures();
@@ -227,10 +236,23 @@ int CPlayerFile::PlayOneIFrame(uint32_t nFlag) {
   if (!FetchKeyFrame(nFlag != 0)) {
     return -1;
   }
-  // A lone key frame leaves the decoder only when its input ends.
+  // A lone key frame leaves the decoder only when its input ends; the step returns once it is
+  // shown, or once the decoder has given all it will give.
   SetEndOfInput(true);
-  ShowNextPicture();
+  ShowLoneKeyFrame();
   return 0;
+}
+
+bool CPlayerFile::ShowLoneKeyFrame() {
+  for (int i = 0; i < kPreRollFrames; ++i) {
+    if (ShowNextPicture()) {
+      return true;
+    }
+    if (IsInputDrained()) {
+      return false;
+    }
+  }
+  return false;
 }
 
 // ---- reading ------------------------------------------------------------------------------

@@ -56,11 +56,14 @@ class CPlayerFile : public CBasePlayer {
  private:
   // H.265 when the first video frame says so, else H.264.
   uint32_t ProbeDecoderType();
+  void Rewind();
   bool ReadFrames(int nCount);
   void QueueVideo(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp);
   // Cut into codec frames by the audio decoder's frame-size answer.
   void QueueAudio(const FrameHead& frame);
   bool FetchKeyFrame(bool bForward);
+  // Waits (up to 10 x 20 ms) for the decoder to give the picture of a fetched key frame.
+  bool ShowLoneKeyFrame();
   // One step of playing (the play lock held); the time to wait before the next, 0 after a
   // picture was shown.
   uint32_t ForwardStep();

@@ -50,6 +50,16 @@ int CDraw::DrawYUV420(const uint8_t* pY, const uint8_t* pU, const uint8_t* pV, u
   return m_pDraw->DrawYUV420(pY, pU, pV, nYStride, nUVStride, nFlag, u64Stamp);
 }
 
+int CDraw::Upload(const PictureInfo& picture) {
+  if (Settings::nWaterEnable.load(std::memory_order_relaxed) != 0) {
+    m_pDraw->AdjustedWnd();
+  }
+  return m_pDraw->Upload(picture.pY, picture.pU, picture.pV, picture.nYStride,
+                         picture.nUVStride, picture.u64Stamp);
+}
+
+int CDraw::Present() { return m_pDraw->Present(); }
+
 int CDraw::SetOSDText(uint32_t nIndex, const char* pText, uint32_t nX, uint32_t nY,
                       uint32_t nColor, uint32_t nSize, uint32_t nFlags) {
   return m_pDraw->SetOSDText(nIndex, pText, nX, nY, nColor, nSize, nFlags);

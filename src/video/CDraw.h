@@ -2,27 +2,29 @@
 #include <cstdint>
 
 #include "video/CDrawModule.h"
+#include "video/IPictureOutput.h"
 
 namespace zp {
 
 // The player's drawing adapter: a thin wrapper over one drawing-module object (CDrawModule).
-// A player owns one; CVideoDecodeData initialises it for the picture size and draws through it.
-// Results are the module's: 0 success, -1 refused. Threads as for CDrawModule: setters from any
-// thread, drawing from the player's thread.
-class CDraw {
+// A player owns one; CVideoDecodeData initialises it for the picture size and draws through it
+// (IPictureOutput). Results are the module's: 0 success, -1 refused. Threads as for
+// CDrawModule: setters from any thread, drawing from the player's thread.
+class CDraw : public IPictureOutput {
  public:
   CDraw();
-  virtual ~CDraw();
+  ~CDraw() override;
   CDraw(const CDraw&) = delete;
   CDraw& operator=(const CDraw&) = delete;
 
-  // Initialise for a picture size: on success sets initialised and keeps the size.
-  int InitDraw(uint32_t nWidth, uint32_t nHeight);
-  // Clears initialised, width and height.
-  int FreeDraw();
-  bool IsInit() const { return m_bInit; }
-  uint32_t Width() const { return m_nWidth; }
-  uint32_t Height() const { return m_nHeight; }
+  int InitDraw(uint32_t nWidth, uint32_t nHeight) override;
+  int FreeDraw() override;
+  bool IsInit() const override { return m_bInit; }
+  uint32_t Width() const override { return m_nWidth; }
+  uint32_t Height() const override { return m_nHeight; }
+  // The picture into the window's texture, then shown (the module's Upload and Present).
+  int Upload(const PictureInfo& picture) override;
+  int Present() override;
   // The file player's draw mode, handed to the module at InitDraw.
   void SetDrawMode(uint32_t nMode) { m_nDrawMode = nMode; }
 
@@ -32,7 +34,8 @@ class CDraw {
   int SetDisplayCB(DrawDisplayNotify pfn, void* pPlayer);
   int SetDecCB(DrawDecodeNotify pfn, void* pPlayer);
   int SetIndex(uint32_t nIndex);
-  // With the water-mark setting on, the module re-reads the window before each picture.
+  // Upload and Present in one. With the water-mark setting on, the module re-reads the window
+  // before each picture.
   int DrawYUV420(const uint8_t* pY, const uint8_t* pU, const uint8_t* pV, uint32_t nYStride,
                  uint32_t nUVStride, uint32_t nFlag, uint64_t u64Stamp);
   int SetOSDText(uint32_t nIndex, const char* pText, uint32_t nX, uint32_t nY, uint32_t nColor,
@@ -49,14 +52,6 @@ class CDraw {
                      uint32_t nReset);
   int GetColorParams(uint32_t* pBrightness, uint32_t* pContrast, uint32_t* pSaturation,
                      uint32_t* pHue);
-
-  // The hardware decoding device and the read-back of a hardware picture (see CDrawModule).
-  static bool InitHwDevice(AVBufferRef** ppDevice, int* pType) {
-    return CDrawModule::InitHwDevice(ppDevice, pType);
-  }
-  bool RetrieveHwData(const AVFrame* pFrame, PictureInfo* pOut) {
-    return m_pDraw->RetrieveHwData(pFrame, pOut);
-  }
 
   CDrawModule* Module() { return m_pDraw; }
 

@@ -4,11 +4,9 @@
 #include <vector>
 
 #include "common/CMutexLock.h"
-#include "video/PictureInfo.h"
+#include "video/CDrawParams.h"
 #include "zephplay.h"
 
-struct AVBufferRef;
-struct AVFrame;
 struct SDL_Window;
 struct SDL_Renderer;
 struct SDL_Texture;
@@ -29,7 +27,7 @@ using DrawDecodeNotify = void (*)(uint64_t u64Stamp, uint32_t nWidth, uint32_t n
 // The drawing module: shows YUV 4:2:0 pictures in a caller's native window through SDL2.
 //
 // Threads: the setters may be called from any thread; they only store values under the module
-// lock. Every SDL window, renderer and texture call happens inside DrawYUV420 (and the
+// lock. Every SDL window, renderer and texture call happens inside Upload and Present (and the
 // destructor), so a renderer is used by one thread only: the one that draws.
 // Without a window every operation succeeds, DrawYUV420 draws nothing, and both notifications
 // are still delivered, so headless callers get their callbacks.
@@ -38,8 +36,6 @@ using DrawDecodeNotify = void (*)(uint64_t u64Stamp, uint32_t nWidth, uint32_t n
 class CDrawModule {
  public:
   static constexpr uint32_t kOsdCount = 8;        // text slots 0..7; the status text uses 5
-  static constexpr uint32_t kColorDefault = 50;   // every colour parameter: 0..100, neutral 50
-  static constexpr uint32_t kZoomMaxPercent = 800;
 
   CDrawModule();
   ~CDrawModule();
@@ -54,10 +50,17 @@ class CDrawModule {
   // Prepares for pictures of this size; nMode is the caller's draw mode (kept, not interpreted).
   int InitDraw(uint32_t nWidth, uint32_t nHeight, uint32_t nMode);
   int FreeDraw();
-  // Draws one picture of the InitDraw size from the caller's planes (no copy of ours unless
-  // colour parameters are set). Returns 0; -1 before InitDraw or for null planes.
+  // Upload then Present. Returns 0; -1 before InitDraw or for null planes.
   int DrawYUV420(const uint8_t* pY, const uint8_t* pU, const uint8_t* pV, uint32_t nYStride,
                  uint32_t nUVStride, uint32_t nFlag, uint64_t u64Stamp);
+  // Puts one picture of the InitDraw size into the window's texture, straight from the caller's
+  // planes (no copy of ours unless colour parameters are set); the planes are not used after
+  // it returns. Quick: it never waits for the display. 0; -1 before InitDraw or for null planes.
+  int Upload(const uint8_t* pY, const uint8_t* pU, const uint8_t* pV, uint32_t nYStride,
+             uint32_t nUVStride, uint64_t u64Stamp);
+  // Shows the last upload with the text slots, and delivers the decode notification before and
+  // the display notification after. May wait for the display. 0; -1 without an upload.
+  int Present();
   // Re-reads the window's size before the next draw.
   int AdjustedWnd();
   int SetIndex(uint32_t nIndex);
@@ -67,31 +70,16 @@ class CDrawModule {
   // colour 0x00BBGGRR (255 is red), size in pixels (0: 16), flags bit 0: a dark box behind the text.
   int SetOSDText(uint32_t nIndex, const char* pText, uint32_t nX, uint32_t nY, uint32_t nColor,
                  uint32_t nSize, uint32_t nFlags);
-  // Where the picture goes in the window (null: the whole window).
+  // Play rectangle, mirror, zoom, offsets and colour: as CDrawParams.
   int SetPlayRect(const ZEPHPLAY_RECT* pRect);
-  // 0 none, 1 left-right, 2 upside down, 3 both.
   int SetMirrorMode(uint32_t nMode);
-  // nPercent 0 or 100: off; up to kZoomMaxPercent around the picture point (nCenterX, nCenterY).
   int SetZoom(uint32_t nPercent, uint32_t nCenterX, uint32_t nCenterY);
-  // Cropping: nEnable with the pixels cut at the left and top / at the right and bottom.
   int SetOffsetStart(uint32_t nEnable, const ZEPHPLAY_POINT* pStart);
   int SetOffsetEnd(const ZEPHPLAY_POINT* pEnd);
-  // Brightness, contrast, saturation, hue, each 0..100 (50 neutral); nReset nonzero restores
-  // the defaults and ignores the four values.
   int SetColorParams(uint32_t nBrightness, uint32_t nContrast, uint32_t nSaturation, uint32_t nHue,
                      uint32_t nReset);
   int GetColorParams(uint32_t* pBrightness, uint32_t* pContrast, uint32_t* pSaturation,
                      uint32_t* pHue);
-
-  // The hardware decoding device: the first of the platform's device types that opens (VAAPI,
-  // VDPAU, CUDA on Linux; DXVA2, D3D11VA on Windows). On success *ppDevice holds a new
-  // reference and *pType the AVHWDeviceType; false when none opens.
-  static bool InitHwDevice(AVBufferRef** ppDevice, int* pType);
-  // Reads a decoded picture back as YUV 4:2:0 planes: a hardware frame is downloaded into a
-  // frame of the module's (reused while the size holds), NV12 is split into planes of the
-  // module's, planar 4:2:0 is described as it is. Valid until the next call or the frame's
-  // release. False for other formats or a failed download. Decode thread only.
-  bool RetrieveHwData(const AVFrame* pFrame, PictureInfo* pOut);
 
   bool IsInitialised() const { return m_bInit; }
   uint32_t Width() const { return m_nWidth; }
@@ -108,22 +96,22 @@ class CDrawModule {
     SDL_Texture* pTexture = nullptr;   // made from the surface on the drawing thread
     bool bStale = false;               // the texture shows replaced text
   };
-  struct Rect {
-    int x = 0, y = 0, w = 0, h = 0;
+  // What Upload leaves for Present.
+  struct Uploaded {
+    bool bValid = false;
+    bool bInTexture = false;
+    uint64_t u64Stamp = 0;
+    uint32_t nYStride = 0, nUVStride = 0, nUploadMs = 0;
   };
 
   bool EnsureWindow();
   void DestroyWindowObjects();
   bool EnsureTexture();
   void ClearOsd(Osd* pOsd);
-  void RenderPicture(const uint8_t* pY, const uint8_t* pU, const uint8_t* pV, uint32_t nYStride,
+  void UpdateTexture(const uint8_t* pY, const uint8_t* pU, const uint8_t* pV, uint32_t nYStride,
                      uint32_t nUVStride);
+  void RenderPicture();
   void RenderOsd();
-  bool ColorNeutral() const;
-  void ApplyColor(const uint8_t* pY, const uint8_t* pU, const uint8_t* pV, uint32_t nYStride,
-                  uint32_t nUVStride);
-  Rect SourceRect() const;
-  Rect TargetRect(const Rect& src) const;
   void Notify(uint64_t u64Stamp, uint32_t nYStride, uint32_t nUVStride, uint32_t nDrawMs,
               bool bDecode);
 
@@ -131,7 +119,6 @@ class CDrawModule {
   CMutexLock m_cbLock;
   void* m_hWnd = nullptr;
   uint32_t m_nBackground = 0;
-  bool m_bKeepAspect = false;
   bool m_bWindowDirty = false;
   bool m_bSdlHeld = false;
   SDL_Window* m_pWindow = nullptr;
@@ -143,16 +130,8 @@ class CDrawModule {
   uint32_t m_nWidth = 0, m_nHeight = 0, m_nMode = 0;
   uint32_t m_nIndex = 0;
   Osd m_osd[kOsdCount];
-  bool m_bPlayRect = false;
-  ZEPHPLAY_RECT m_playRect{};
-  uint32_t m_nMirror = 0;
-  uint32_t m_nZoom = 100, m_nZoomX = 0, m_nZoomY = 0;
-  bool m_bOffsets = false;
-  ZEPHPLAY_POINT m_offStart{}, m_offEnd{};
-  uint32_t m_nBrightness = kColorDefault, m_nContrast = kColorDefault;
-  uint32_t m_nSaturation = kColorDefault, m_nHue = kColorDefault;
-  AVFrame* m_pDownload = nullptr;   // a hardware picture read back
-  std::vector<uint8_t> m_planar;    // 4:2:0 planes split from a semi-planar picture
+  CDrawParams m_params;
+  Uploaded m_uploaded;
   // Colour-adjusted planes, sized at InitDraw: used only while a colour parameter is set.
   std::vector<uint8_t> m_adjusted;
 

@@ -1,5 +1,7 @@
 #include "video/CFFmpegHwGlue.h"
 
+#include <algorithm>
+
 extern "C" {
 #include <libavutil/hwcontext.h>
 }
@@ -32,16 +34,26 @@ bool ProfileSupported(const AVCodecContext* ctx) {
 
 CFFmpegHwGlue::CFFmpegHwGlue() = default;
 
-CFFmpegHwGlue::~CFFmpegHwGlue() { av_buffer_unref(&m_pDevice); }
+CFFmpegHwGlue::~CFFmpegHwGlue() {
+  av_frame_free(&m_pDownload);
+  av_buffer_unref(&m_pDevice);
+}
 
 bool CFFmpegHwGlue::OpenDevice(AVCodecContext* ctx) {
   if (m_pDevice != nullptr) {
     return true;
   }
-  int type = AV_HWDEVICE_TYPE_NONE;
-  if (CDrawModule::InitHwDevice(&m_pDevice, &type)) {
-    m_deviceType = static_cast<AVHWDeviceType>(type);
-    return true;
+#if defined(_WIN32)
+  constexpr AVHWDeviceType kTypes[] = {AV_HWDEVICE_TYPE_DXVA2, AV_HWDEVICE_TYPE_D3D11VA};
+#else
+  constexpr AVHWDeviceType kTypes[] = {AV_HWDEVICE_TYPE_VAAPI, AV_HWDEVICE_TYPE_VDPAU,
+                                       AV_HWDEVICE_TYPE_CUDA};
+#endif
+  for (AVHWDeviceType type : kTypes) {
+    if (av_hwdevice_ctx_create(&m_pDevice, type, nullptr, nullptr, 0) == 0) {
+      m_deviceType = type;
+      return true;
+    }
   }
   av_log(ctx, AV_LOG_ERROR, hwmsg::kCreateDevice);
   return false;
@@ -106,7 +118,7 @@ int CFFmpegHwGlue::Present(AVCodecContext* ctx, const AVFrame* frame) {
   if (m_hWnd == nullptr || frame == nullptr) {
     return -1;
   }
-  if (!m_draw.RetrieveHwData(frame, &m_last)) {
+  if (!RetrieveHwData(frame, &m_last)) {
     av_log(ctx, AV_LOG_ERROR, hwmsg::kNoFreeSurface);
     m_bHasPicture = false;
     return -1;
@@ -114,6 +126,69 @@ int CFFmpegHwGlue::Present(AVCodecContext* ctx, const AVFrame* frame) {
   // Only a picture read back into the module's memory outlives this call (redraws, captures).
   m_bHasPicture = frame->hw_frames_ctx != nullptr;
   return Draw();
+}
+
+bool CFFmpegHwGlue::RetrieveHwData(const AVFrame* pFrame, PictureInfo* pOut) {
+  if (pFrame == nullptr || pOut == nullptr) {
+    return false;
+  }
+  const AVFrame* picture = pFrame;
+  if (pFrame->hw_frames_ctx != nullptr) {
+    if (m_pDownload == nullptr && (m_pDownload = av_frame_alloc()) == nullptr) {
+      return false;
+    }
+    if (m_pDownload->buf[0] != nullptr &&
+        (m_pDownload->width != pFrame->width || m_pDownload->height != pFrame->height)) {
+      av_frame_unref(m_pDownload);  // a new size: new buffers; otherwise the old ones are reused
+    }
+    if (av_hwframe_transfer_data(m_pDownload, pFrame, 0) < 0) {
+      return false;
+    }
+    picture = m_pDownload;
+  }
+  if (picture->width <= 0 || picture->height <= 0) {
+    return false;
+  }
+  pOut->nWidth = static_cast<uint32_t>(picture->width);
+  pOut->nHeight = static_cast<uint32_t>(picture->height);
+  pOut->u64Stamp = static_cast<uint64_t>(pFrame->pts);
+  pOut->nKey = pFrame->key_frame != 0 ? 1 : 0;
+  if (picture->format == AV_PIX_FMT_YUV420P || picture->format == AV_PIX_FMT_YUVJ420P) {
+    pOut->pY = picture->data[0];
+    pOut->pU = picture->data[1];
+    pOut->pV = picture->data[2];
+    pOut->nYStride = static_cast<uint32_t>(picture->linesize[0]);
+    pOut->nUVStride = static_cast<uint32_t>(picture->linesize[1]);
+    return true;
+  }
+  return picture->format == AV_PIX_FMT_NV12 && SplitSemiPlanar(picture, pOut);
+}
+
+// pOut already holds the size.
+bool CFFmpegHwGlue::SplitSemiPlanar(const AVFrame* pFrame, PictureInfo* pOut) {
+  const size_t w = pOut->nWidth, h = pOut->nHeight, cw = (w + 1) / 2, ch = (h + 1) / 2;
+  if (m_planar.size() != w * h + 2 * cw * ch) {
+    m_planar.assign(w * h + 2 * cw * ch, 0);
+  }
+  uint8_t* y = m_planar.data();
+  uint8_t* u = y + w * h;
+  uint8_t* v = u + cw * ch;
+  for (size_t row = 0; row < h; ++row) {
+    std::copy_n(pFrame->data[0] + row * pFrame->linesize[0], w, y + row * w);
+  }
+  for (size_t row = 0; row < ch; ++row) {
+    const uint8_t* uv = pFrame->data[1] + row * pFrame->linesize[1];
+    for (size_t x = 0; x < cw; ++x) {
+      u[row * cw + x] = uv[2 * x];
+      v[row * cw + x] = uv[2 * x + 1];
+    }
+  }
+  pOut->pY = y;
+  pOut->pU = u;
+  pOut->pV = v;
+  pOut->nYStride = static_cast<uint32_t>(w);
+  pOut->nUVStride = static_cast<uint32_t>(cw);
+  return true;
 }
 
 int CFFmpegHwGlue::Draw() {

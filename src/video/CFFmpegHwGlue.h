@@ -1,4 +1,6 @@
 #pragma once
+#include <vector>
+
 #include "video/CDrawModule.h"
 #include "video/IHwAccelGlue.h"
 #include "video/PictureInfo.h"
@@ -6,8 +8,9 @@
 namespace zp {
 
 // The platform glue over FFmpeg hardware acceleration. The device is made on the first Init
-// (the first type that opens) and kept; each picture is read back and drawn through a drawing
-// module bound to the window (both through the module's hardware operations).
+// (the first of the platform's types that opens: VAAPI, VDPAU, CUDA on Linux; DXVA2, D3D11VA on
+// Windows) and kept; each picture is read back here and drawn through a drawing module bound
+// to the window. Decode thread only, as IHwAccelGlue.
 class CFFmpegHwGlue : public IHwAccelGlue {
  public:
   CFFmpegHwGlue();
@@ -26,8 +29,15 @@ class CFFmpegHwGlue : public IHwAccelGlue {
                      uint32_t reset) override;
   int GetPictureSize(uint32_t* width, uint32_t* height) override;
 
+  // Reads a decoded picture back as YUV 4:2:0 planes: a hardware frame is downloaded into a
+  // frame of the glue's (reused while the size holds), NV12 is split into planes of the glue's,
+  // planar 4:2:0 is described as it is. Valid until the next call or the frame's release.
+  // False for other formats or a failed download.
+  bool RetrieveHwData(const AVFrame* pFrame, PictureInfo* pOut);
+
  private:
   bool OpenDevice(AVCodecContext* ctx);
+  bool SplitSemiPlanar(const AVFrame* pFrame, PictureInfo* pOut);
   int Draw();
 
   AVBufferRef* m_pDevice = nullptr;
@@ -37,6 +47,8 @@ class CFFmpegHwGlue : public IHwAccelGlue {
   void* m_hWnd = nullptr;
   PictureInfo m_last;
   bool m_bHasPicture = false;
+  AVFrame* m_pDownload = nullptr;   // a hardware picture read back
+  std::vector<uint8_t> m_planar;    // 4:2:0 planes split from a semi-planar picture
 };
 
 }  // namespace zp

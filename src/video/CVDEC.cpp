@@ -13,6 +13,24 @@ bool CVDEC::GetPicture(PictureInfo* pOut) {
   return pOut != nullptr && m_decodeData.GetFrameInfo(pOut);
 }
 
+int CVDEC::UnInit() {
+  m_decodeData.SetPicture(kPictureNone, nullptr, 0);
+  FreeCodec();
+  m_nInit = 0;
+  return 0;
+}
+
+bool CVDEC::PassesKeyWait(uint32_t nType) {
+  if (m_nWaitKey == 0) {
+    return true;
+  }
+  if (!IsKeyFrame(nType)) {
+    return false;
+  }
+  m_nWaitKey = 0;
+  return true;
+}
+
 void CVDEC::SetDecCallBack(uint64_t u64User, ZEPHPLAY_DecCallBack pfn) {
   CAutoLock lock(&m_cbLock);
   m_pfnDecCallBack = pfn;

@@ -24,6 +24,11 @@ class CVDEC {
  public:
   static constexpr uint32_t kKeyFrameType = 0x63643000;
 
+  // Hardware decoding (CVDECH264 only; the others stay kNotStarted). Off and pending are both
+  // kNotStarted: which of them depends on whether it is wanted and allowed. Unsupported is
+  // final; failed lasts until the glue starts again.
+  enum class HwState : uint8_t { kNotStarted, kActive, kUnsupported, kFailed };
+
   CVDEC() = default;
   virtual ~CVDEC() = default;
   CVDEC(const CVDEC&) = delete;
@@ -39,8 +44,8 @@ class CVDEC {
                              uint64_t u64Stamp) = 0;
   // Slot 5: the current picture's description under the picture lock; false without one.
   virtual bool GetPicture(PictureInfo* pOut);
-  // Slot 6: frees the codec; returns 0.
-  virtual int UnInit() { return 0; }
+  // Slot 6: drops the current picture, frees the codec, clears initialised; returns 0.
+  int UnInit();
   // Slot 7: redraws in the hardware path; nothing here.
   virtual void Refresh() {}
   // Slot 8: InitDecoder again.
@@ -55,7 +60,7 @@ class CVDEC {
   virtual int HwGetPictureSize(uint32_t* /*pWidth*/, uint32_t* /*pHeight*/) { return 1; }
 
   // Hardware decoding is in use while it is active or has failed and not yet recovered.
-  bool IsDxvaInUse() const { return m_nDxvaActive != 0 || m_nDxvaFailed != 0; }
+  bool IsDxvaInUse() const { return m_hwState == HwState::kActive || m_hwState == HwState::kFailed; }
   bool IsInit() const { return m_nInit != 0; }
 
   void SetDecCallBack(uint64_t u64User, ZEPHPLAY_DecCallBack pfn);
@@ -73,12 +78,16 @@ class CVDEC {
   CVideoDecodeData* DecodeData() { return &m_decodeData; }
 
   uint32_t DxvaWanted() const { return m_nDxvaWanted; }
-  uint32_t DxvaUnsupported() const { return m_nDxvaUnsupported; }
-  uint32_t DxvaActive() const { return m_nDxvaActive; }
-  uint32_t DxvaFailed() const { return m_nDxvaFailed; }
+  uint32_t DxvaUnsupported() const { return m_hwState == HwState::kUnsupported ? 1 : 0; }
+  uint32_t DxvaActive() const { return m_hwState == HwState::kActive ? 1 : 0; }
+  uint32_t DxvaFailed() const { return m_hwState == HwState::kFailed ? 1 : 0; }
 
  protected:
   static bool IsKeyFrame(uint32_t nType) { return nType == kKeyFrameType; }
+  // Frees the decoder's codec (UnInit's own part).
+  virtual void FreeCodec() = 0;
+  // While waiting for a key frame, false for any other frame; a key frame ends the wait.
+  bool PassesKeyWait(uint32_t nType);
   // Records the picture size; calls the size callback when it changed.
   void SetSize(uint32_t nWidth, uint32_t nHeight);
   // Makes record the current picture and calls the picture callback with it.
@@ -100,9 +109,7 @@ class CVDEC {
   uint8_t m_u8PicClass = 2;
   int8_t m_i8Watermark = 0;
   uint32_t m_nDxvaWanted = 0;
-  uint32_t m_nDxvaUnsupported = 0;
-  uint32_t m_nDxvaActive = 0;
-  uint32_t m_nDxvaFailed = 0;
+  HwState m_hwState = HwState::kNotStarted;
   bool m_bLate = false;
   uint32_t m_nDecoderType = 0;
 };

@@ -8,15 +8,17 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 }
 
+#include "video/AvDecoderCore.h"
 #include "video/CVDEC.h"
 #include "video/IHwAccelGlue.h"
 
 namespace zp {
 
-// H.264, or HEVC when made for HEVC, through libavcodec (send/receive, one frame in, at most
-// one picture out), with optional hardware decoding through an IHwAccelGlue.
+// H.264, or HEVC when made for HEVC, through libavcodec's decode loop in AvDecoderCore (one
+// frame in, at most one picture out), with optional hardware decoding through an IHwAccelGlue.
 //
-// Hardware states: off (not wanted or not allowed), pending (wanted, waiting for a key frame
+// Hardware states (CVDEC::HwState, changed in HwTransition only): off (not wanted or not
+// allowed), pending (wanted, waiting for a key frame
 // whose parameter set gives a size), active (pictures presented by the glue; they do not enter
 // the picture path and DecodeOneFrame returns 1), unsupported (the first start failed: final
 // for this object). Failed is transient: after a presentation failure nothing is shown until
@@ -34,7 +36,6 @@ class CVDECH264 : public CVDEC {
   uint32_t InitDecoder(uint32_t nFlag) override;
   int DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nLength,
                      uint64_t u64Stamp) override;
-  int UnInit() override;
   void Refresh() override;
   int HwSetOSDText(uint32_t nIndex, const char* pText, uint32_t nX, uint32_t nY, uint32_t nColor,
                    uint32_t nSize, uint32_t nFlags) override;
@@ -52,19 +53,26 @@ class CVDECH264 : public CVDEC {
   static void SetHwAccelSwitchOff(bool bOff) { s_bHwSwitchOff = bOff; }
   bool IsHevc() const { return m_bHevc; }
   // The codec context while open (for tests and the glue).
-  const AVCodecContext* Context() const { return m_pContext; }
+  const AVCodecContext* Context() const { return m_core.Context(); }
 
  private:
+  // What moves the hardware state; HwTransition is the one place it changes.
+  enum class HwEvent { kStarted, kStartFailed, kPresentFailed };
+
   static AVPixelFormat GetFormatThunk(AVCodecContext* ctx, const AVPixelFormat* formats);
 
+  void FreeCodec() override;
   AVCodecContext* NewContext(const AVCodec* codec);
   bool ReopenForHardware(int nWidth, int nHeight, void* hWnd);
-  bool HwEligible() const;
+  void HwTransition(HwEvent event);
+  bool HwWanted() const { return m_nDxvaWanted != 0 && m_bHwAllowed; }
+  bool StartHardwareIfDue(bool bKey, const uint8_t* pData, uint32_t nLength);
+  bool ProbeHardware();
+  int PresentHardware(uint32_t nType, const uint8_t* pData, uint32_t nLength, uint64_t u64Stamp);
+  void RestartDecoder();
   void InitDxva(int nMode, int nWidth, int nHeight);
   bool ReadParameterSetSize(const uint8_t* pData, uint32_t nLength, int* pWidth, int* pHeight);
   bool SizeChanged(int nWidth, int nHeight) const;
-  int Decode(const uint8_t* pData, uint32_t nLength, uint64_t u64Stamp, bool bKey);
-  int Receive();
   int DecodeAgain(uint32_t nType, const uint8_t* pData, uint32_t nLength, uint64_t u64Stamp);
   void DeliverSoftwarePicture(uint64_t u64Stamp);
   void CheckDump();
@@ -73,11 +81,7 @@ class CVDECH264 : public CVDEC {
 
   static std::atomic<bool> s_bHwSwitchOff;
 
-  AVCodecContext* m_pContext = nullptr;
-  AVFrame* m_pFrame = nullptr;   // the current picture
-  AVFrame* m_pNext = nullptr;    // where the next picture is received
-  AVPacket* m_pPacket = nullptr;
-  bool m_bOpened = false;
+  AvDecoderCore m_core;
   bool m_bHevc;
   void* const* m_phWnd;
   bool m_bHwAllowed = false;

@@ -56,11 +56,8 @@ int CVDECHi265::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nL
   if (m_hDecoder == nullptr || pData == nullptr || nLength == 0) {
     return 0;
   }
-  if (m_nWaitKey != 0) {
-    if (!IsKeyFrame(nType)) {
-      return 0;
-    }
-    m_nWaitKey = 0;
+  if (!PassesKeyWait(nType)) {
+    return 0;
   }
   const IHW265D_INARGS in{pData, nLength, u64Stamp / 1000};
   {
@@ -87,14 +84,11 @@ int CVDECHi265::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nL
   return 1;
 }
 
-int CVDECHi265::UnInit() {
-  m_decodeData.SetPicture(kPictureNone, nullptr, 0);
+void CVDECHi265::FreeCodec() {
   if (m_hDecoder != nullptr) {
     IHW265D_Delete(m_hDecoder);
     m_hDecoder = nullptr;
   }
-  m_nInit = 0;
-  return 0;
 }
 
 }  // namespace zp

@@ -18,11 +18,12 @@ class CVDECHi265 : public CVDEC {
   uint32_t InitDecoder(uint32_t nFlag) override;
   int DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nLength,
                      uint64_t u64Stamp) override;
-  int UnInit() override;
 
   bool HasCore() const { return m_hDecoder != nullptr; }
 
  private:
+  void FreeCodec() override;
+
   IHW265D_HANDLE m_hDecoder = nullptr;
   IHW265D_OUTARGS m_outArgs{};   // what the last call put out
   IHW265D_OUTARGS m_picture{};   // the current picture

@@ -53,11 +53,8 @@ int CVDECHis::DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nLen
   if (m_nInit == 0 || pData == nullptr || nLength == 0) {
     return 0;
   }
-  if (m_nWaitKey != 0) {
-    if (!IsKeyFrame(nType)) {
-      return 0;
-    }
-    m_nWaitKey = 0;
+  if (!PassesKeyWait(nType)) {
+    return 0;
   }
   int32_t result = DecodeLocked(pData, nLength);
   if (result == HI264DEC_NEED_MORE_BITS || result == HI264DEC_NO_PICTURE) {
@@ -100,14 +97,11 @@ void CVDECHis::Deliver(uint64_t u64Stamp) {
   DeliverPicture(kPictureHi264, &m_picture, picture);
 }
 
-int CVDECHis::UnInit() {
-  m_decodeData.SetPicture(kPictureNone, nullptr, 0);
+void CVDECHis::FreeCodec() {
   if (m_hDecoder != nullptr) {
     Hi264DecDestroy(m_hDecoder);
     m_hDecoder = nullptr;
   }
-  m_nInit = 0;
-  return 0;
 }
 
 }  // namespace zp

@@ -17,12 +17,12 @@ class CVDECHis : public CVDEC {
   // 1 when at least one picture came out.
   int DecodeOneFrame(uint32_t nType, const uint8_t* pData, uint32_t nLength,
                      uint64_t u64Stamp) override;
-  int UnInit() override;
 
   // The macroblock limits for a picture class.
   static void LimitsFor(uint8_t nClass, uint32_t* pWidthMB, uint32_t* pHeightMB);
 
  private:
+  void FreeCodec() override;
   int32_t DecodeLocked(const uint8_t* pData, uint32_t nLength);
   void Deliver(uint64_t u64Stamp);
 

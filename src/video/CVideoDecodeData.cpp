@@ -7,9 +7,9 @@ extern "C" {
 #include "common/CAutoLock.h"
 #include "common/LogAccess.h"
 #include "platform/Tick.h"
-#include "video/CDraw.h"
 #include "video/Hi264Dec.h"
 #include "video/IHW265D.h"
+#include "video/IPictureOutput.h"
 
 namespace zp {
 
@@ -53,6 +53,9 @@ void Describe(const HI264DEC_FRAME& o, uint64_t stamp, PictureInfo* p) {
 
 }  // namespace
 
+CVideoDecodeData::CVideoDecodeData(std::function<uint32_t()> clock)
+    : m_clock(clock ? std::move(clock) : std::function<uint32_t()>(&platform::TickCountMs)) {}
+
 void CVideoDecodeData::SetPicture(PictureKind kind, const void* record, uint64_t u64Stamp) {
   CAutoLock lock(&m_lock);
   m_nKind = record != nullptr ? kind : kPictureNone;
@@ -88,7 +91,7 @@ bool CVideoDecodeData::GetFrameInfo(PictureInfo* pInfo) {
   return true;
 }
 
-bool CVideoDecodeData::InitDDraw(CDraw* pDraw) {
+bool CVideoDecodeData::InitDDraw(IPictureOutput* pDraw) {
   PictureInfo info;
   {
     CAutoLock lock(&m_lock);
@@ -112,32 +115,40 @@ bool CVideoDecodeData::InitDDraw(CDraw* pDraw) {
   return true;
 }
 
-int CVideoDecodeData::DrawFrame(CDraw* pDraw) {
+int CVideoDecodeData::DrawFrame(IPictureOutput* pDraw) {
   if (pDraw == nullptr) {
     LogDetail("---------");
     return 0;
   }
-  CAutoLock lock(&m_lock);
-  InitDDraw(pDraw);
-  if (!pDraw->IsInit()) {
-    LogError("%s IsInitDDraw fail", "CVideoDecodeData::DrawFrame");
-    return 0;
+  uint32_t now = 0;
+  uint64_t stamp = 0;
+  bool uploaded = false;
+  {
+    CAutoLock lock(&m_lock);
+    InitDDraw(pDraw);
+    if (!pDraw->IsInit()) {
+      LogError("%s IsInitDDraw fail", "CVideoDecodeData::DrawFrame");
+      return 0;
+    }
+    PictureInfo info;
+    if (!GetFrameInfo(&info)) {
+      LogError("%s GetFrameInfo fail", "CVideoDecodeData::DrawFrame");
+      return 0;
+    }
+    now = m_clock();
+    if (m_bDrawn && now - m_nLastDrawTick < kMinDrawIntervalMs) {
+      return 1;
+    }
+    m_bDrawn = true;
+    m_nLastDrawTick = now;
+    m_u64Stamp = stamp = info.u64Stamp;
+    uploaded = pDraw->Upload(info) == 0;
   }
-  PictureInfo info;
-  if (!GetFrameInfo(&info)) {
-    LogError("%s GetFrameInfo fail", "CVideoDecodeData::DrawFrame");
-    return 0;
+  if (uploaded) {
+    pDraw->Present();
   }
-  const uint32_t now = platform::TickCountMs();
-  if (m_bDrawn && now - m_nLastDrawTick < kMinDrawIntervalMs) {
-    return 1;
-  }
-  m_bDrawn = true;
-  m_nLastDrawTick = now;
-  m_u64Stamp = info.u64Stamp;
-  pDraw->DrawYUV420(info.pY, info.pU, info.pV, info.nYStride, info.nUVStride, 1, info.u64Stamp);
   LogDetail("Tick:%d DrawTime:%d, m_u64Stamp=%lld", static_cast<int>(now),
-            static_cast<int>(platform::TickCountMs() - now), static_cast<long long>(m_u64Stamp));
+            static_cast<int>(m_clock() - now), static_cast<long long>(stamp));
   return 1;
 }
 

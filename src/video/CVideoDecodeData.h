@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "common/CMutexLock.h"
@@ -8,20 +9,23 @@
 
 namespace zp {
 
-class CDraw;
+class IPictureOutput;
 
-// The current decoded picture of one decoder, and what is done with it: drawn through a CDraw,
-// described for the player, saved as BMP or JPEG.
+// The current decoded picture of one decoder, and what is done with it: drawn through an
+// IPictureOutput (the player's CDraw), described for the player, saved as BMP or JPEG.
 //
 // The decoder sets the picture on its decode thread; captures and reads come from callers'
 // threads. Both take Lock(), which is also the decoder's picture lock. The picture is kept by
 // reference to the decoder's native record, so it is valid until the decoder's next picture.
+// A draw uploads the picture under the lock and presents it after releasing it, so a slow
+// display never holds up the decoder.
 class CVideoDecodeData {
  public:
   static constexpr uint32_t kMinDrawIntervalMs = 16;
   static constexpr uint32_t kMinPictureSide = 100;
 
-  CVideoDecodeData() = default;
+  // clock: milliseconds for the draw throttle (by default the platform's tick count).
+  explicit CVideoDecodeData(std::function<uint32_t()> clock = nullptr);
   CVideoDecodeData(const CVideoDecodeData&) = delete;
   CVideoDecodeData& operator=(const CVideoDecodeData&) = delete;
 
@@ -34,9 +38,9 @@ class CVideoDecodeData {
   // below 100), which is logged.
   bool GetFrameInfo(PictureInfo* pInfo);
   // Sizes the drawing object for the current picture, re-initialising it on a size change.
-  bool InitDDraw(CDraw* pDraw);
+  bool InitDDraw(IPictureOutput* pDraw);
   // Draws the current picture at most once per 16 ms. 1 drawn or throttled; 0 not drawable.
-  int DrawFrame(CDraw* pDraw);
+  int DrawFrame(IPictureOutput* pDraw);
   // 1 when written, and also when the file could not be opened (callers rely on that); 0 when
   // there is no usable picture.
   int CaptureBMP(const char* pPath);
@@ -44,6 +48,7 @@ class CVideoDecodeData {
   int CaptureJPEG(const char* pPath);
 
  private:
+  std::function<uint32_t()> m_clock;
   CMutexLock m_lock;
   PictureKind m_nKind = kPictureNone;
   const void* m_pRecord = nullptr;

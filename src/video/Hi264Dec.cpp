@@ -35,15 +35,15 @@ int32_t Hi264DecFrame(HI264DEC_HANDLE hDec, const uint8_t* pStream, uint32_t uLe
   }
   *pOut = HI264DEC_FRAME{};
   const int got = hDec->core.Decode(pStream, uLength, static_cast<int64_t>(ullPTS));
-  if (got == -2) {
+  if (got == AvDecoderCore::kRefused) {
     return HI264DEC_ERR_PIC_SIZE;
   }
-  if (got < 0) {
+  if (AvDecoderCore::NoPictureYet(got)) {
+    return pStream != nullptr && uLength > 0 ? HI264DEC_NEED_MORE_BITS : HI264DEC_NO_PICTURE;
+  }
+  if (got != 1) {
     pOut->bError = 1;
     return HI264DEC_NO_PICTURE;
-  }
-  if (got == 0) {
-    return pStream != nullptr && uLength > 0 ? HI264DEC_NEED_MORE_BITS : HI264DEC_NO_PICTURE;
   }
   const AVFrame* f = hDec->core.Frame();
   pOut->pY = f->data[0];

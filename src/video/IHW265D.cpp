@@ -42,14 +42,14 @@ int32_t IHW265D_Decode(IHW265D_HANDLE hDecoder, const IHW265D_INARGS* pIn, IHW26
   const int64_t pts = static_cast<int64_t>(pIn->uiTimeStamp);
   const int got = hDecoder->core.Decode(pIn->pStream, pIn->uiStreamLen, pts);
   pOut->uiBytsConsumed = pIn->uiStreamLen;
-  if (got == -2) {
+  if (got == AvDecoderCore::kRefused) {
     return IHW265D_PICTURE_TOO_LARGE;
   }
-  if (got < 0) {
-    return IHW265D_DECODE_ERROR;
-  }
-  if (got == 0) {
+  if (AvDecoderCore::NoPictureYet(got)) {
     return IHW265D_OK;
+  }
+  if (got != 1) {
+    return IHW265D_DECODE_ERROR;
   }
   const AVFrame* f = hDecoder->core.Frame();
   pOut->eDecodeStatus = IHW265D_GETDISPLAY;

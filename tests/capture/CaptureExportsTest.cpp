@@ -1,25 +1,23 @@
 // Microphone capture through the C API, with SDL's disk driver reading a raw file as the
 // microphone: what the callback receives is compared with the file.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cmath>
-#include <cstdlib>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <mutex>
 #include <random>
-#include <string>
-#include <thread>
 #include <vector>
 
+#include "CaptureTestSupport.h"
 #include "zephplay.h"
 
 namespace {
+
+using zp::test::Bytes;
+using zp::test::DiskMicrophone;
 
 constexpr double kPi = 3.14159265358979323846;
 
@@ -43,44 +41,13 @@ struct Received {
       r->closeResult = ZEPHPLAY_CloseAudioCapture(self);
     }
   }
-  bool Wait(size_t bytesWanted, int timeoutMs = 10000) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (std::chrono::steady_clock::now() < deadline) {
-      {
-        std::lock_guard<std::mutex> hold(lock);
-        if (bytes.size() >= bytesWanted) {
-          return true;
-        }
-      }
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return false;
+  bool Wait(size_t bytesWanted) {
+    return zp::test::WaitUntil([&] {
+      std::lock_guard<std::mutex> hold(lock);
+      return bytes.size() >= bytesWanted;
+    });
   }
 };
-
-// A raw file that SDL's disk driver records from.
-class DiskMicrophone {
- public:
-  explicit DiskMicrophone(const std::vector<uint8_t>& bytes) {
-    path_ = (std::filesystem::temp_directory_path() /
-             ("zp-mic-" + std::to_string(getpid()) + "-" + std::to_string(counter_++) + ".raw"))
-                .string();
-    std::ofstream(path_, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    setenv("SDL_AUDIODRIVER", "disk", 1);
-    setenv("SDL_DISKAUDIOFILEIN", path_.c_str(), 1);
-    setenv("SDL_DISKAUDIODELAY", "1", 1);
-  }
-  ~DiskMicrophone() { std::filesystem::remove(path_); }
-
- private:
-  static inline int counter_ = 0;
-  std::string path_;
-};
-
-std::vector<uint8_t> Bytes(const std::vector<int16_t>& samples) {
-  const auto* p = reinterpret_cast<const uint8_t*>(samples.data());
-  return std::vector<uint8_t>(p, p + samples.size() * 2);
-}
 
 std::vector<int16_t> Samples(const std::vector<uint8_t>& bytes, size_t from, size_t count) {
   std::vector<int16_t> out(count);
@@ -109,23 +76,20 @@ TEST(CaptureExports, TheCallbackGetsTheMicrophonesSamplesInWholeBuffers) {
   const OpenCase cases[] = {{"8 kHz", 8000, 1, 0}, {"16 kHz", 16000, 1, 0}, {"PCM stereo", 11025, 2, 882}};
   for (const OpenCase& c : cases) {
     SCOPED_TRACE(c.name);
-    std::vector<int16_t> ramp(8000);
-    for (size_t i = 0; i < ramp.size(); ++i) {
-      ramp[i] = static_cast<int16_t>(i * 7 - 20000);
-    }
-    DiskMicrophone microphone(Bytes(ramp));
+    const std::vector<uint8_t> ramp = zp::test::Ramp(8000);
+    DiskMicrophone microphone(ramp);
     ZEPHPLAY_SetUseSpeex(0);
     Received r;
     ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
     ASSERT_EQ(Open(c, &r, &capture), 0);
-    const bool enough = r.Wait(ramp.size() * 2);
+    const bool enough = r.Wait(ramp.size());
     ASSERT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
     ASSERT_TRUE(enough);
     const uint32_t buffer = c.buffer == 0 ? 320 : c.buffer;
     for (uint32_t len : r.lengths) {
       ASSERT_EQ(len, buffer);
     }
-    EXPECT_EQ(Samples(r.bytes, 0, ramp.size()), ramp);
+    EXPECT_TRUE(std::equal(ramp.begin(), ramp.end(), r.bytes.begin()));
     const size_t after = r.bytes.size();
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
     EXPECT_EQ(r.bytes.size(), after) << "delivered after close";
@@ -202,10 +166,7 @@ TEST(CaptureExports, RefusalsAndTheEchoCancellerThatNeverOpens) {
   Received r;
   ASSERT_EQ(ZEPHPLAY_OpenAudioCapture(&capture, reinterpret_cast<uint64_t>(&r), &Received::CloseInside), 0);
   r.self = capture;
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (r.closeResult == 1 && std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
+  EXPECT_TRUE(zp::test::WaitUntil([&] { return r.closeResult != 1; }));
   r.self = nullptr;
   EXPECT_EQ(r.closeResult, -1);
   EXPECT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);

@@ -142,6 +142,12 @@ TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
                         {"h264.mpg", zp::samples::VideoCodec::H264, true, true}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
+#ifdef __SANITIZE_THREAD__
+    // libavcodec's HEVC frame threads are not instrumented: their hand-over reads as a race.
+    if (c.codec == zp::samples::VideoCodec::H265) {
+      continue;
+    }
+#endif
     zp::samples::VideoParams params;
     params.codec = c.codec;
     params.frames = 30;
@@ -195,10 +201,15 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   EXPECT_EQ(PlayTime(&player), 2000u);
   EXPECT_EQ(player.OneByOne(), 0);
   EXPECT_EQ(PlayTime(&player), 2040u);
-  EXPECT_EQ(player.PlayOneIFrame(1), 0);
-  EXPECT_EQ(PlayTime(&player), 3000u);
-  EXPECT_EQ(player.PlayOneIFrame(0), 0);
-  EXPECT_LT(PlayTime(&player), 3000u);
+  // Key-frame steps land on key frames (one a second), forward then back.
+  std::vector<uint32_t> steps;
+  for (uint32_t forward : {1u, 1u, 0u}) {
+    EXPECT_EQ(player.PlayOneIFrame(forward), 0);
+    steps.push_back(PlayTime(&player));
+    EXPECT_EQ(steps.back() % 1000, 0u);
+  }
+  EXPECT_LT(steps[0], steps[1]);
+  EXPECT_GT(steps[1], steps[2]);
 
   const std::string bmp = (dir.path() / "shot.bmp").string();
   EXPECT_EQ(player.CaptureBMP(bmp.c_str()), 0);
@@ -223,6 +234,52 @@ TEST(PlayerFile, MissingFileOpensWithoutAReader) {
   EXPECT_EQ(player.CaptureJPEG("/tmp/never.jpg"), -1);
 }
 
+// Callers' threads pause, change the rate, seek, step, capture and swap callbacks while the
+// player plays; then it closes. TSan watches; the deadline catches a deadlock.
+TEST(PlayerFile, ControlsFromManyThreadsWhilePlaying) {
+  TempDir dir;
+  zp::samples::VideoParams params;
+  params.frames = 100;
+  params.gop = 25;
+  const Recording rec = MakeRecording(dir, "busy.grec", params, true);
+  Observer seen;
+  CPlayerFile player;
+  seen.Attach(&player);
+  ASSERT_EQ(player.OpenFile(rec.path.c_str(), 0), 0);
+  ASSERT_EQ(player.Play(), 0);
+  const std::string jpeg = (dir.path() / "busy.jpg").string();
+  auto control = [&](int who) {
+    for (int i = 0; i < 40; ++i) {
+      switch ((who + i) % 5) {
+        case 0: player.Pause(static_cast<uint32_t>(i & 1)); break;
+        case 1: player.SetPlayRate(i % 7 - 2); break;
+        case 2: player.SetPlayTime(static_cast<uint32_t>(i * 97 % 3900)); break;
+        case 3: player.CaptureJPEG(jpeg.c_str()); player.PlayOneIFrame(i & 1); break;
+        default:
+          player.OneByOne();
+          player.SetDecCallBack(reinterpret_cast<uint64_t>(&seen), (i & 1) != 0 ? &Observer::OnPicture : nullptr);
+          player.FlashWnd();
+          break;
+      }
+    }
+  };
+  auto run = std::async(std::launch::async, [&] {
+    std::vector<std::thread> callers;
+    for (int who = 0; who < 4; ++who) {
+      callers.emplace_back(control, who);
+    }
+    for (auto& t : callers) {
+      t.join();
+    }
+    return player.Close();
+  });
+  if (run.wait_for(120s) != std::future_status::ready) {
+    ADD_FAILURE() << "controls or close did not finish in time";
+    std::_Exit(1);
+  }
+  EXPECT_EQ(run.get(), 0);
+}
+
 size_t ThreadCount() {
   size_t n = 0;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
@@ -238,9 +295,13 @@ TEST(PlayerFile, OpenPlayClose200Times) {
   zp::samples::VideoParams params;
   params.frames = 10;
   const Recording rec = MakeRecording(dir, "short.grec", params, true);
-  const size_t threadsBefore = ThreadCount();
+  size_t threadsBefore = 0;
+  size_t threadsAfter = 0;
   auto run = std::async(std::launch::async, [&] {
     for (int i = 0; i < 200; ++i) {
+      if (i == 1) {
+        threadsBefore = ThreadCount();  // after the first: sanitizers start helpers of their own
+      }
       Observer seen;
       CPlayerFile player;
       seen.Attach(&player);
@@ -250,12 +311,13 @@ TEST(PlayerFile, OpenPlayClose200Times) {
         seen.WaitFor([](Observer& o) { return !o.pictures.empty(); });
       }
     }
+    threadsAfter = ThreadCount();
   });
   if (run.wait_for(120s) != std::future_status::ready) {
     ADD_FAILURE() << "open-play-close did not finish in time";
     std::_Exit(1);
   }
-  EXPECT_EQ(ThreadCount(), threadsBefore);
+  EXPECT_EQ(threadsAfter, threadsBefore);
 }
 
 }  // namespace

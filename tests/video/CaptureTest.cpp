@@ -18,11 +18,7 @@ using videotest::TestPath;
 class Captures : public ::testing::Test {
  protected:
   void SetUp() override {
-    samples::VideoParams p;
-    p.width = 320;
-    p.height = 240;
-    p.frames = 1;
-    frames = samples::EncodeVideo(p);
+    frames = samples::EncodeVideo({.width = 320, .height = 240, .frames = 1});
     ASSERT_EQ(frames.size(), 1u);
     decoder.InitDecoder(0);
     ASSERT_EQ(decoder.DecodeOneFrame(CVDEC::kKeyFrameType, frames[0].data.data(),
@@ -51,10 +47,9 @@ TEST_F(Captures, BmpReadBackEqualsTheReferenceConversion) {
   const videotest::BmpImage bmp = videotest::ReadBmp(path);
   ASSERT_EQ(bmp.width, 320);
   ASSERT_EQ(bmp.height, 240);
-  EXPECT_EQ(bmp.dataOffset, 54u);
-  EXPECT_EQ(bmp.infoSize, 40u);
-  EXPECT_EQ(bmp.planes, 1);
-  EXPECT_EQ(bmp.compression, 0u);
+  // Pixel data at 54, a 40-byte info header, one plane of 24 bits, no compression.
+  EXPECT_EQ(std::make_tuple(bmp.dataOffset, bmp.infoSize, bmp.planes, bmp.bits, bmp.compression),
+            std::make_tuple(54u, 40u, 1, 24, 0u));
   EXPECT_EQ(std::filesystem::file_size(path), 54u + 320u * 240u * 3u);
   const std::vector<uint8_t> ref = videotest::ReferenceRgbImage(picture);
   int worst = 0;
@@ -82,10 +77,9 @@ TEST_F(Captures, JpegIsBaseline444WithACommentAndCloseToTheBmp) {
   const videotest::JpegImage jpg = videotest::ReadJpeg(jpgPath);
   ASSERT_EQ(jpg.width, 320);
   ASSERT_EQ(jpg.height, 240);
-  EXPECT_EQ(jpg.hSamp[0], 1);
-  EXPECT_EQ(jpg.vSamp[0], 1);
-  EXPECT_EQ(jpg.hSamp[1], 1);
-  EXPECT_EQ(jpg.vSamp[2], 1);
+  for (int c = 0; c < 3; ++c) {
+    EXPECT_EQ(jpg.hSamp[c] * 10 + jpg.vSamp[c], 11) << "component " << c;  // 4:4:4
+  }
   EXPECT_FALSE(jpg.comment.empty());
   const double psnr = videotest::Psnr(jpg.rgb, videotest::ReadBmp(bmpPath).rgb);
   EXPECT_GE(psnr, 38.0) << psnr;
@@ -93,36 +87,21 @@ TEST_F(Captures, JpegIsBaseline444WithACommentAndCloseToTheBmp) {
 
 TEST_F(Captures, PicturesBelow100AreAbnormalAndUnwritablePathsKeepTheirAnswers) {
   std::vector<uint8_t> yuv;
-  samples::MakePicture(0, 100, 100, &yuv);
+  samples::MakePicture(0, 100, 600, &yuv);
+  const PictureInfo view = videotest::ViewPicture(yuv, 100, 600);
+  HI264DEC_FRAME tall{view.pY, view.pU, view.pV, 0, 0, 100, 50, 0, 0, 0};
   CVideoDecodeData data;
-  AVFrame* frame = av_frame_alloc();
-  frame->width = 100;
-  frame->height = 100;
-  frame->format = AV_PIX_FMT_YUV420P;
-  ASSERT_EQ(av_frame_get_buffer(frame, 0), 0);
-  data.SetPicture(kPictureAvFrame, frame, 0);
-  PictureInfo info;
-  EXPECT_TRUE(data.GetFrameInfo(&info));
-  av_frame_free(&frame);
-
-  std::vector<uint8_t> tallYuv;
-  samples::MakePicture(0, 100, 600, &tallYuv);
-  HI264DEC_FRAME tall{};
-  tall.pY = tallYuv.data();
-  tall.pU = tall.pY + 100 * 600;
-  tall.pV = tall.pU + 50 * 300;
-  tall.uWidth = 99;
-  tall.uHeight = 600;
-  tall.uYStride = 100;
-  tall.uUVStride = 50;
   data.SetPicture(kPictureHi264, &tall, 5);
-  EXPECT_FALSE(data.GetFrameInfo(&info));
   const std::string path = File("tall.bmp");
-  EXPECT_EQ(data.CaptureBMP(path.c_str()), 0);
-  EXPECT_EQ(data.CaptureJPEG(path.c_str()), 0);
-  EXPECT_FALSE(std::filesystem::exists(path));
-  tall.uWidth = 100;
-  EXPECT_TRUE(data.GetFrameInfo(&info));
+  PictureInfo info;
+  for (const auto& [w, h, ok] : {std::tuple{99u, 600u, false}, {100u, 99u, false}, {100u, 100u, true}}) {
+    tall.uWidth = w;
+    tall.uHeight = h;
+    EXPECT_EQ(data.GetFrameInfo(&info), ok) << w << " x " << h;
+    EXPECT_EQ(data.CaptureBMP(path.c_str()), ok ? 1 : 0);
+    EXPECT_EQ(data.CaptureJPEG(path.c_str()), ok ? 1 : 0);
+    EXPECT_EQ(std::filesystem::exists(path), ok);
+  }
   EXPECT_EQ(info.u64Stamp, 5u);
 
   // A path that cannot be opened: BMP still answers 1, JPEG 0.
@@ -141,21 +120,19 @@ TEST_F(Captures, IFrameToBmpExportDecodesOneKeyFrame) {
   EXPECT_GT(videotest::Psnr(bmp.rgb, videotest::ReferenceRgbImage(picture)), 48.0);
 
   // Key frames of a reordering stream come out too (held back by the decoder until the end).
-  samples::VideoParams p;
-  p.frames = 6;
-  p.bFrames = true;
-  const auto reordered = samples::EncodeVideo(p);
+  const auto reordered = samples::EncodeVideo({.frames = 6, .bFrames = true});
   ASSERT_FALSE(reordered.empty());
   EXPECT_EQ(ZEPHPLAY_IFrameToBMP(reordered[0].data.data(),
                                  static_cast<uint32_t>(reordered[0].data.size()), path.c_str()), 0);
 
   const uint8_t junk[64] = {0, 0, 0, 1, 0x65, 1, 2, 3};
-  EXPECT_EQ(ZEPHPLAY_IFrameToBMP(junk, sizeof(junk), path.c_str()), -1);
-  EXPECT_EQ(ZEPHPLAY_IFrameToBMP(nullptr, 10, path.c_str()), -1);
-  EXPECT_EQ(ZEPHPLAY_IFrameToBMP(frames[0].data.data(), 0, path.c_str()), -1);
-  EXPECT_EQ(ZEPHPLAY_IFrameToBMP(frames[0].data.data(), 10, nullptr), -1);
-  EXPECT_EQ(ZEPHPLAY_IFrameToBMP(frames[0].data.data(),
-                                 static_cast<uint32_t>(frames[0].data.size()), "/nonexistent-dir/x.bmp"), -1);
+  const uint8_t* key = frames[0].data.data();
+  const uint32_t size = static_cast<uint32_t>(frames[0].data.size());
+  for (const auto& [data, length, to] : {std::tuple{junk, uint32_t{sizeof(junk)}, path.c_str()},
+                                         {nullptr, 10u, path.c_str()}, {key, 0u, path.c_str()},
+                                         {key, size, nullptr}, {key, size, "/nonexistent-dir/x.bmp"}}) {
+    EXPECT_EQ(ZEPHPLAY_IFrameToBMP(data, length, to), -1) << length;
+  }
 }
 
 }  // namespace

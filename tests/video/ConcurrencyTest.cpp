@@ -20,13 +20,8 @@ using samples::VideoCodec;
 // Captures and draws from other threads while the decoder replaces its picture: each must see
 // a whole picture or none, never planes the decoder has already let go of.
 void DecodeWhileCapturing(CVDEC* dec, VideoCodec codec) {
-  samples::VideoParams p;
-  p.codec = codec;
-  p.width = 176;
-  p.height = 144;
-  p.frames = 40;
-  p.gop = 10;
-  const auto frames = samples::EncodeVideo(p);
+  const auto frames =
+      samples::EncodeVideo({.codec = codec, .width = 176, .height = 144, .frames = 40, .gop = 10});
   ASSERT_EQ(frames.size(), 40u);
   dec->InitDecoder(0);
 
