@@ -25,10 +25,11 @@
  *  - Inside a callback the library may be called for other handles and objects, for the
  *    process-wide functions, and, on the same handle, for the callback's own setter (to clear or
  *    replace it). Nothing else on the same handle, and above all never its close: on a player's
- *    thread the close waits for that thread to end, which is the thread making the call, so it
- *    never returns; on the caller's thread it would free the player that the enclosing export is
- *    still using. Other calls on the same handle may wait for a lock that another thread of
- *    the player holds while it waits for the calling thread.
+ *    thread the close would wait for that thread to end, which is the thread making the call,
+ *    so there ZEPHPLAY_ClosePlayHandle, ZEPHPLAY_CloseFile, ZEPHPLAY_Play and ZEPHPLAY_Stop are
+ *    refused (-1 or 1, logged) and do nothing; on the caller's thread the close would free the
+ *    player that the enclosing export is still using. Other calls on the same handle may wait
+ *    for a lock that another thread of the player holds while it waits for the calling thread.
  *  - Pointer arguments point into the library's memory: read them only, and only during the
  *    call; copy what must outlive it.
  *  - Return quickly: the calling thread waits meanwhile (a slow decode callback holds up
@@ -504,9 +505,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayBackIFrame(ZEPHPLAY_PLAYHANDL
  * End callback: called once when playback runs out of frames (endKind ZEPHPLAY_END_FORWARD);
  * reading frames again (ZEPHPLAY_Play, ZEPHPLAY_SetPlayTime, stepping) re-arms it.
  * Thread: the player's play thread. No pointer arguments. Inside it, the library may be called
- * as under "Callbacks" at the top. ZEPHPLAY_Play, ZEPHPLAY_Stop, ZEPHPLAY_CloseFile and
- * ZEPHPLAY_ClosePlayHandle would wait for the very thread that runs the callback, so on the
- * player's own threads they are refused (1 from ZEPHPLAY_Play and ZEPHPLAY_Stop, -1 from the
+ * as under "Callbacks" at the top: ZEPHPLAY_Play, ZEPHPLAY_Stop, ZEPHPLAY_CloseFile and
+ * ZEPHPLAY_ClosePlayHandle are refused there (1 from ZEPHPLAY_Play and ZEPHPLAY_Stop, -1 from the
  * closes, with a log line) and do nothing: signal another thread and close from there.
  */
 typedef void (ZEPHPLAY_CALL *ZEPHPLAY_EndCallBack)(uint32_t endKind, uint64_t user);
@@ -578,9 +578,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetEndCallBack(ZEPHPLAY_PLAYHANDLE* 
  * NULL stops the calls. A setter waits for a call of that callback under way, so once it
  * returns the previous function is not called again. A handle has a player from
  * ZEPHPLAY_OpenFile on: before, the setters return -1; set the callbacks between opening and
- * ZEPHPLAY_Play to see every picture. They may be called from any thread, also from inside a
- * callback of the same handle. The threads, arguments and pointer lifetimes are those of the
- * callback types.
+ * ZEPHPLAY_Play to see every picture. They may be called from any thread; inside a callback,
+ * only that callback's own setter (see "Callbacks" at the top). The threads, arguments and
+ * pointer lifetimes are those of the callback types.
  * ------------------------------------------------------------------------------------------- */
 
 /**
