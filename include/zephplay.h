@@ -25,10 +25,11 @@
  *  - Inside a callback the library may be called for other handles and objects, for the
  *    process-wide functions, and, on the same handle, for the callback's own setter (to clear or
  *    replace it). Nothing else on the same handle, and above all never its close: on a player's
- *    thread the close waits for that thread to end, which is the thread making the call, so it
- *    never returns; on the caller's thread it would free the player that the enclosing export is
- *    still using. Other calls on the same handle may wait for a lock that another thread of
- *    the player holds while it waits for the calling thread.
+ *    thread the close would wait for that thread to end, which is the thread making the call,
+ *    so there ZEPHPLAY_ClosePlayHandle, ZEPHPLAY_CloseFile, ZEPHPLAY_Play and ZEPHPLAY_Stop are
+ *    refused (-1 or 1, logged) and do nothing; on the caller's thread the close would free the
+ *    player that the enclosing export is still using. Other calls on the same handle may wait
+ *    for a lock that another thread of the player holds while it waits for the calling thread.
  *  - Pointer arguments point into the library's memory: read them only, and only during the
  *    call; copy what must outlive it.
  *  - Return quickly: the calling thread waits meanwhile (a slow decode callback holds up
@@ -100,7 +101,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenPlayHandle(ZEPHPLAY_PLAYHANDLE**
 
 /**
  * Stops and destroys the handle's player, if any, and frees the handle, which must not be used
- * again. Returns 0; -1 for a NULL handle.
+ * again. Returns 0; -1 for a NULL handle, and -1 (nothing done) when called on one of the
+ * player's own threads, that is from inside one of the handle's callbacks.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ClosePlayHandle(ZEPHPLAY_PLAYHANDLE* handle);
 
@@ -346,6 +348,334 @@ typedef void (ZEPHPLAY_CALL *ZEPHPLAY_DecCBEx)(uint64_t stamp, uint32_t width, u
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_IFrameToBMP(const uint8_t* frame, uint32_t length,
                                                         const char* path);
+
+/* ---------------------------------------------------------------------------------------------
+ * Window and display
+ *
+ * Each function works on the player of a play handle, file or stream; it returns -1 for a NULL
+ * handle or a handle that has no player yet (before ZEPHPLAY_OpenFile). The values are the
+ * drawing parameters described under "Video" above; setters take effect from the next picture
+ * drawn and may be called from any thread, also while the player plays.
+ * ------------------------------------------------------------------------------------------- */
+
+/**
+ * Draws the player's pictures into window (the native handle, see "Video"; NULL: stop drawing,
+ * the callbacks go on). The window must outlive its use: set NULL (or close the handle) before
+ * destroying it. Returns 0; -1 without a player.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayWnd(ZEPHPLAY_PLAYHANDLE* handle, void* window);
+
+/**
+ * As ZEPHPLAY_SetPlayWnd, with the background colour around the picture (0x00BBGGRR) and
+ * keepAspect nonzero to keep the picture's aspect ratio inside the play rectangle. Returns 0;
+ * -1 without a player.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayWndEx(ZEPHPLAY_PLAYHANDLE* handle, void* window,
+                                                         uint64_t background, uint32_t keepAspect);
+
+/** Reads the window's size again before the next picture (call it after a resize). Returns 0;
+ *  -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AdjustedWndRect(ZEPHPLAY_PLAYHANDLE* handle);
+
+/**
+ * decode zero: video frames are dropped undecoded (sound and user data go on); nonzero (the
+ * default): decoding resumes at the next key frame. Returns 0; -1 without a player.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDecodeVideo(ZEPHPLAY_PLAYHANDLE* handle, uint32_t decode);
+
+/**
+ * Draws the last picture again (after the window was uncovered), at most once every 500 ms; a
+ * call within 500 ms of the last picture is remembered and done later by a stream player.
+ * Returns 0; -1 without a player or while it has no video decoder.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_FlashWnd(ZEPHPLAY_PLAYHANDLE* handle);
+
+/**
+ * Sets brightness, contrast, saturation and hue (0..100, 50 neutral); reset nonzero restores
+ * the defaults and ignores the four values. Returns 0; -1 without a player or for a value
+ * above 100.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetColorParams(ZEPHPLAY_PLAYHANDLE* handle, uint32_t brightness,
+                                                           uint32_t contrast, uint32_t saturation, uint32_t hue,
+                                                           uint32_t reset);
+
+/** Writes the four colour parameters. Returns 0; -1 without a player or when a pointer is NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetColorParams(ZEPHPLAY_PLAYHANDLE* handle, uint32_t* brightness,
+                                                           uint32_t* contrast, uint32_t* saturation,
+                                                           uint32_t* hue);
+
+/**
+ * Shows text in slot index (0..7; slot 5 is the player's status line) at (x, y) window pixels
+ * with colour, size (0: 16) and flags (bit 0: a dark box behind it); text NULL or "" clears the
+ * slot. The text is copied. Returns 0; -1 without a player or for an index above 7.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ShowOSDText(ZEPHPLAY_PLAYHANDLE* handle, uint32_t index,
+                                                        const char* text, uint32_t x, uint32_t y,
+                                                        uint32_t color, uint32_t size, uint32_t flags);
+
+/** Mirror mode 0 none, 1 left-right, 2 upside down, 3 both. Returns 0; -1 without a player or
+ *  for another mode. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetMirrorMode(ZEPHPLAY_PLAYHANDLE* handle, uint32_t mode);
+
+/** Zoom in percent (0 or 100: off, at most 800) around the picture point (centerX, centerY)
+ *  (0, 0: the centre). Returns 0; -1 without a player or for 1..99 or above 800 percent. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetZoom(ZEPHPLAY_PLAYHANDLE* handle, uint32_t percent,
+                                                    uint32_t centerX, uint32_t centerY);
+
+/** enable nonzero cuts start->x pixels at the left and start->y at the top of the picture;
+ *  zero turns both cuts off. Returns 0; -1 without a player, or for a NULL or negative start
+ *  when enabling. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetOffsetStart(ZEPHPLAY_PLAYHANDLE* handle, uint32_t enable,
+                                                           const ZEPHPLAY_POINT* start);
+
+/** Cuts end->x pixels at the right and end->y at the bottom (once ZEPHPLAY_SetOffsetStart has
+ *  enabled the cuts). Returns 0; -1 without a player, or for a NULL or negative end. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetOffsetEnd(ZEPHPLAY_PLAYHANDLE* handle, const ZEPHPLAY_POINT* end);
+
+/* ---------------------------------------------------------------------------------------------
+ * Playback control
+ *
+ * For the player of a play handle, file or stream. Every function returns -1 for a NULL handle
+ * or a handle without a player. Called on the caller's thread; safe while the player plays.
+ * ------------------------------------------------------------------------------------------- */
+
+/** pause nonzero pauses pictures and sound, zero resumes them. Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_Pause(ZEPHPLAY_PLAYHANDLE* handle, uint32_t pause);
+
+/**
+ * Play rate: 0 normal; 1..4 faster (the gap between pictures divided by the rate); 5 and above
+ * key frames only, as fast as the rate; below 0 slower (-1 half speed, -2 a quarter, ...). Sound
+ * plays only at rate 0. A paused player resumes. Returns 0; -1 without a player.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayRate(ZEPHPLAY_PLAYHANDLE* handle, int32_t rate);
+
+/**
+ * Writes the position of the picture on screen to *ms: for a file, milliseconds from the
+ * file's first stamp (before the first picture: a meaningless value). Returns 0; 1 when the
+ * player knows no position (a stream player: *ms is 0); -1 without a player or for a NULL ms.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetPlayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t* ms);
+
+/** Starts the sound, following the picture on screen. Returns 0; 1 when it is already on; -1
+ *  without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlaySound(ZEPHPLAY_PLAYHANDLE* handle);
+
+/** Stops the sound. Returns 0; 1 when it is already off; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StopSound(ZEPHPLAY_PLAYHANDLE* handle);
+
+/** Sets the output volume, 0..100 percent (more is 100). Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetVolume(ZEPHPLAY_PLAYHANDLE* handle, uint16_t volume);
+
+/** Sets the player's sound gain, held to 1.0..25.0. Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetGain(ZEPHPLAY_PLAYHANDLE* handle, double gain);
+
+/**
+ * Saves the picture on screen (else the decoder's last picture) as a 24-bit BMP file at path
+ * (UTF-8; overwritten). Returns 0; -1 without a player, without any picture, or when the file
+ * cannot be written.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CaptureBMP(ZEPHPLAY_PLAYHANDLE* handle, const char* path);
+
+/** As ZEPHPLAY_CaptureBMP, as a JPEG file (quality 90, no chroma subsampling). */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CaptureJPEG(ZEPHPLAY_PLAYHANDLE* handle, const char* path);
+
+/** only nonzero: decode key frames only (other video frames are dropped). Returns 0; -1
+ *  without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayIFrame(ZEPHPLAY_PLAYHANDLE* handle, uint32_t only);
+
+/** backward nonzero: a stream player paces key frames in reverse stamp order (backward
+ *  playback); a file player plays key frames only. Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayBackIFrame(ZEPHPLAY_PLAYHANDLE* handle, uint32_t backward);
+
+/* ---------------------------------------------------------------------------------------------
+ * File playback
+ *
+ * A play handle plays one recorded file: a GREC recording or a vendor ".mpg" file (by its
+ * name). ZEPHPLAY_OpenFile gives the handle its file player; every other function here returns
+ * -1 for a NULL handle, a handle without a player, or a handle that plays a stream. Pictures are
+ * paced by their stamps on the player's own threads; functions are called on the caller's
+ * thread and are safe while the player plays.
+ * ------------------------------------------------------------------------------------------- */
+
+/** What ZEPHPLAY_SetEndCallBack's callback is told. */
+#define ZEPHPLAY_END_FORWARD 0u  /**< playback ran out of frames at the end of the file */
+#define ZEPHPLAY_END_BACKWARD 1u /**< backward playback reached the beginning */
+
+/**
+ * End callback: called once when playback runs out of frames (endKind ZEPHPLAY_END_FORWARD);
+ * reading frames again (ZEPHPLAY_Play, ZEPHPLAY_SetPlayTime, stepping) re-arms it.
+ * Thread: the player's play thread. No pointer arguments. Inside it, the library may be called
+ * as under "Callbacks" at the top: ZEPHPLAY_Play, ZEPHPLAY_Stop, ZEPHPLAY_CloseFile and
+ * ZEPHPLAY_ClosePlayHandle are refused there (1 from ZEPHPLAY_Play and ZEPHPLAY_Stop, -1 from the
+ * closes, with a log line) and do nothing: signal another thread and close from there.
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_EndCallBack)(uint32_t endKind, uint64_t user);
+
+/**
+ * Gives the handle a file player for path (UTF-8) and opens the file; nothing plays before
+ * ZEPHPLAY_Play. drawMode is handed to the drawing module unchanged (0 will do). Returns 0 also
+ * when the file could not be opened: that shows in the next ZEPHPLAY_GetFileInfo or
+ * ZEPHPLAY_Play (1); -1 for a NULL handle or a handle that already has a player (the player is
+ * left as it was).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenFile(ZEPHPLAY_PLAYHANDLE* handle, const char* path,
+                                                     uint32_t drawMode);
+
+/** Stops playback and closes the file; the handle keeps its (now empty) file player and cannot
+ *  open another file or a stream. Returns 0; -1 as above or inside one of the handle's
+ *  callbacks. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseFile(ZEPHPLAY_PLAYHANDLE* handle);
+
+/**
+ * Fills *info with the file's start date and its length in ms (nTotalMinSecond: last video
+ * stamp minus first stamp). Returns 0; 1 when no file is open (it could not be opened); -1 as
+ * above or for a NULL info.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileInfo(ZEPHPLAY_PLAYHANDLE* handle, ZEPHPLAY_RECORD_INFO* info);
+
+/**
+ * Plays the file from its beginning (also after a pause, a stop or the end), at rate 0, not
+ * paused, sound off (ZEPHPLAY_PlaySound turns it on). Returns 0; 1 when no file is open or
+ * inside one of the handle's callbacks; -1 as above.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_Play(ZEPHPLAY_PLAYHANDLE* handle);
+
+/** Stops the player's threads and the sound; the picture stays. Returns 0; 1 inside one of the
+ *  handle's callbacks; -1 as above. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_Stop(ZEPHPLAY_PLAYHANDLE* handle);
+
+/**
+ * Pauses (when playing) and shows the next picture, when the decoder has one ready (else it
+ * waits 20 ms and shows nothing). Returns 0; -1 as above.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OneByOne(ZEPHPLAY_PLAYHANDLE* handle);
+
+/**
+ * Pauses (when playing) and shows the next (forward nonzero) or previous (zero) key frame.
+ * Returns 0; -1 as above or when there is no such key frame.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayOneIFrame(ZEPHPLAY_PLAYHANDLE* handle, uint32_t forward);
+
+/**
+ * Moves to the key frame for ms milliseconds after the file's first stamp and shows it (the
+ * picture comes within the next ten frames read); playing, paused or stopped, the player goes on
+ * from there. Returns 0; 1 when ms lies beyond the file or no file is open; -1 as above.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t ms);
+
+/**
+ * Sets the end callback (see ZEPHPLAY_EndCallBack) with its user value; NULL removes it. Waits
+ * for a call under way, so once it returns the previous callback is not called again. Returns
+ * 0; -1 as above.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetEndCallBack(ZEPHPLAY_PLAYHANDLE* handle, uint64_t user,
+                                                           ZEPHPLAY_EndCallBack callback);
+
+/* ---------------------------------------------------------------------------------------------
+ * Callbacks
+ *
+ * A player's callbacks (file or stream). Each setter stores the function with its user value;
+ * NULL stops the calls. A setter waits for a call of that callback under way, so once it
+ * returns the previous function is not called again. A handle has a player from
+ * ZEPHPLAY_OpenFile on: before, the setters return -1; set the callbacks between opening and
+ * ZEPHPLAY_Play to see every picture. They may be called from any thread; inside a callback,
+ * only that callback's own setter (see "Callbacks" at the top). The threads, arguments and
+ * pointer lifetimes are those of the callback types.
+ * ------------------------------------------------------------------------------------------- */
+
+/**
+ * User-data callback: the payload and length of a user-data frame of a stream, its frame type
+ * and 64-bit stamp (0 for user data). Thread: the player's decode thread, in frame order. The
+ * payload is valid only during the call. Recorded files deliver no user data.
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_UsrDataCallBack)(const uint8_t* data, uint32_t length, uint32_t type,
+                                                       uint64_t stamp, uint64_t user);
+
+/**
+ * PCM callback: the decoded 16-bit samples of each audio frame as it is played (samples counts
+ * every channel's samples together), the channels, bits (16), sample rate and the frame's stamp
+ * in microseconds. Thread: the sound device's thread; only while the sound is on. The samples
+ * are valid only during the call.
+ */
+typedef void (ZEPHPLAY_CALL *ZEPHPLAY_AudioDecDataCallBack)(const int16_t* pcm, uint32_t samples,
+                                                            uint32_t channels, uint32_t bits, uint32_t rate,
+                                                            uint64_t stamp, uint64_t user);
+
+/** Sets the decode callback (ZEPHPLAY_DecCallBack). Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDecCallBack(ZEPHPLAY_PLAYHANDLE* handle, uint64_t user,
+                                                           ZEPHPLAY_DecCallBack callback);
+
+/** Sets the user-data callback. Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetUsrDataBack(ZEPHPLAY_PLAYHANDLE* handle, uint64_t user,
+                                                           ZEPHPLAY_UsrDataCallBack callback);
+
+/** Sets the display callback (ZEPHPLAY_DisplayCallBack). Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDisplayCallBack(ZEPHPLAY_PLAYHANDLE* handle, uint64_t user,
+                                                               ZEPHPLAY_DisplayCallBack callback);
+
+/** Sets the extended decode callback (ZEPHPLAY_DecCBEx). Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDecCBEx(ZEPHPLAY_PLAYHANDLE* handle, uint64_t user,
+                                                       ZEPHPLAY_DecCBEx callback);
+
+/** Sets the PCM callback; note the order: function first, then user value. Returns 0; -1
+ *  without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetAudioDecDataCallBack(ZEPHPLAY_PLAYHANDLE* handle,
+                                                                    ZEPHPLAY_AudioDecDataCallBack callback,
+                                                                    uint64_t user);
+
+/** Sets the picture-size callback (ZEPHPLAY_SizeCallBack); function first, then user value.
+ *  Returns 0; -1 without a player. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetSizeCallBack(ZEPHPLAY_PLAYHANDLE* handle,
+                                                            ZEPHPLAY_SizeCallBack callback, uint64_t user);
+
+/** Not supported. Always returns -1. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetSourceBufCallBack(ZEPHPLAY_PLAYHANDLE* handle, uint32_t value,
+                                                                 void* pointer, uint32_t value2);
+
+/** Not supported. Always returns -1. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SearchFrame(void);
+
+/* ---------------------------------------------------------------------------------------------
+ * Media information
+ *
+ * What a recorded file holds, read straight from the file without playing it.
+ * ------------------------------------------------------------------------------------------- */
+
+#define ZEPHPLAY_FILE_GREC 1u  /**< GREC recording */
+#define ZEPHPLAY_FILE_MPG 2u   /**< vendor ".mpg" file */
+
+#define ZEPHPLAY_VCODEC_NONE 0u
+#define ZEPHPLAY_VCODEC_H264 1u
+#define ZEPHPLAY_VCODEC_H265 2u
+
+#define ZEPHPLAY_ACODEC_NONE 0u   /**< no audio frames */
+#define ZEPHPLAY_ACODEC_AAC 1u    /**< AAC in ADTS */
+#define ZEPHPLAY_ACODEC_UNITS 2u  /**< voice-engine units ("00 01 n 00" runs) */
+#define ZEPHPLAY_ACODEC_RAW 3u    /**< anything else: G.711 or PCM without framing */
+
+/** Filled by ZEPHPLAY_GetMediaInfo. */
+typedef struct ZEPHPLAY_MEDIA_INFO {
+  uint32_t nSize;              /**< set by the caller to sizeof(ZEPHPLAY_MEDIA_INFO) */
+  uint32_t nFileKind;          /**< ZEPHPLAY_FILE_* */
+  ZEPHPLAY_RECORD_INFO info;   /**< start date and length, as ZEPHPLAY_GetFileInfo gives them
+                                    (a GREC recording's length ends at its last key frame) */
+  uint64_t u64BeginStamp;      /**< first stamp of the file, microseconds */
+  uint64_t u64EndStamp;        /**< highest stamp of a video frame read, microseconds */
+  uint32_t nVideoCodec;        /**< ZEPHPLAY_VCODEC_*, from the first key frame */
+  uint32_t nWidth;             /**< picture size of the first key frame (0 x 0: no picture) */
+  uint32_t nHeight;
+  uint32_t nVideoFrames;       /**< video frames, key frames included */
+  uint32_t nKeyFrames;
+  uint32_t nAudioCodec;        /**< ZEPHPLAY_ACODEC_*, from the first audio frame */
+  uint32_t nAudioFrames;
+} ZEPHPLAY_MEDIA_INFO;
+
+/**
+ * Reads the recorded file at path (UTF-8) from end to end and fills *info. Returns 0; -1 when
+ * path or info is NULL, info->nSize is smaller than the structure, or the file cannot be opened
+ * as a recording. A damaged file gives what could be read up to the damage.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetMediaInfo(const char* path, ZEPHPLAY_MEDIA_INFO* info);
 
 /* ---------------------------------------------------------------------------------------------
  * Audio: the audio player, the audio decoder and the AMR codec

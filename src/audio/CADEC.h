@@ -43,6 +43,9 @@ class CADEC {
   virtual int GetOutSize() { return 1280; }
   // True when input comes as a run of "00 01 LL CC" units that the caller splits.
   virtual bool IsHisFrame() { return false; }
+  // The length of the codec frame that starts at data (len bytes left), so that a caller can
+  // cut a payload holding several; the whole rest by default. Never 0 for len > 0.
+  virtual uint32_t GetFrameSize(const uint8_t* /*data*/, uint32_t len) { return len; }
   // A chance to re-configure from the first payload; true when the decoder was re-initialised
   // and the caller must flush what it had queued.
   virtual bool InputFirstAudioData(const uint8_t* data, uint32_t len);

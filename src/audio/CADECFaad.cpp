@@ -148,3 +148,15 @@ bool CADECFaad::InputFirstAudioData(const uint8_t* data, uint32_t len) {
 }
 
 }  // namespace zp
+
+namespace zp {
+
+uint32_t CADECFaad::GetFrameSize(const uint8_t* data, uint32_t len) {
+  AdtsHeader header;
+  if (!ParseAdtsHeader(data, len, &header) || header.frameLength < header.HeaderLength()) {
+    return len;
+  }
+  return header.frameLength;
+}
+
+}  // namespace zp

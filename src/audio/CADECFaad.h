@@ -17,6 +17,8 @@ class CADECFaad : public CADEC {
   int DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16_t* outLen) override;
   int GetOutSize() override { return 8192; }
   bool InputFirstAudioData(const uint8_t* data, uint32_t len) override;
+  // One ADTS frame; the rest when data does not start one.
+  uint32_t GetFrameSize(const uint8_t* data, uint32_t len) override;
 
   uint32_t DecoderSampleRate() const { return m_nSampleRate; }
   uint8_t DecoderChannels() const { return m_nChannels; }

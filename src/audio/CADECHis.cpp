@@ -65,3 +65,14 @@ int CADECHis::DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16_
 }
 
 }  // namespace zp
+
+namespace zp {
+
+uint32_t CADECHis::GetFrameSize(const uint8_t* data, uint32_t len) {
+  if (len < kVoiceUnitHead || data[0] != 0x00 || data[1] != 0x01) {
+    return len;
+  }
+  return static_cast<uint32_t>(VoiceUnitLength(data));
+}
+
+}  // namespace zp

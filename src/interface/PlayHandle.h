@@ -23,7 +23,15 @@ CBasePlayer* LookupFilePlayer(const PlayHandle* handle);
 // 0 with *out set to a new record (kind 0, no player); -1 (out untouched) when out is null or
 // the allocation fails.
 int OpenPlayHandle(PlayHandle** out);
-// -1 for null; otherwise destroys the player (if any) and the record, and returns 0.
+// -1 for null, and (logged) on one of the player's own threads (a callback of that player);
+// otherwise destroys the player (if any) and the record, and returns 0.
 int ClosePlayHandle(PlayHandle* handle);
+
+// Whether the handle can be given a player: it is not null and has none yet.
+bool CanTakePlayer(const PlayHandle* handle);
+// Gives a handle that CanTakePlayer a new file player (kind 0) opened on path. The open's own
+// result is not reported: a file that cannot be opened shows in the player's later answers.
+// -1 (the handle unchanged) when the player cannot be allocated.
+int AttachFilePlayer(PlayHandle* handle, const char* path, uint32_t nDrawMode);
 
 }  // namespace zp

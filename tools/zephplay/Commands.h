@@ -2,6 +2,7 @@
 // The subcommands of the zephplay tool. Each takes the arguments after its own name and returns
 // the process exit code: 0 done, 1 failed (a one-line reason was printed), 2 bad usage.
 
+int RunPlay(int argc, char** argv);
 int RunInfo(int argc, char** argv);
 int RunTalk(int argc, char** argv);
 int RunAfp(int argc, char** argv);

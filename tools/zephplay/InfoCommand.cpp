@@ -1,7 +1,9 @@
-// zephplay [info]       the library's version and the configuration it loaded
-// zephplay --version    the version only
+// zephplay [info]                 the library's version and the configuration it loaded
+// zephplay --version              the version only
+// zephplay info FILE [--json]     what a recording holds
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "Commands.h"
 #include "zephplay.h"
@@ -34,12 +36,111 @@ int PrintInfo(bool versionOnly) {
   return 0;
 }
 
+const char* KindName(uint32_t kind) { return kind == ZEPHPLAY_FILE_MPG ? "vendor mpg" : "grec"; }
+
+const char* VideoCodecName(uint32_t codec) {
+  switch (codec) {
+    case ZEPHPLAY_VCODEC_H264:
+      return "h264";
+    case ZEPHPLAY_VCODEC_H265:
+      return "h265";
+    default:
+      return "none";
+  }
+}
+
+const char* AudioCodecName(uint32_t codec) {
+  switch (codec) {
+    case ZEPHPLAY_ACODEC_AAC:
+      return "aac";
+    case ZEPHPLAY_ACODEC_UNITS:
+      return "voice-engine units";
+    case ZEPHPLAY_ACODEC_RAW:
+      return "raw (g711 or pcm)";
+    default:
+      return "none";
+  }
+}
+
+// The start date as the head has it (the year counted from 2000).
+std::string StartDate(const ZEPHPLAY_RECORD_INFO& r) {
+  char text[48];
+  std::snprintf(text, sizeof(text), "%04u-%02u-%02u %02u:%02u:%02u", 2000u + r.wYear, r.wMonth, r.wDay, r.wHour,
+                r.wMinute, r.wSecond);
+  return text;
+}
+
+// Strings in the JSON output come from fixed names and the file name, which is escaped.
+std::string JsonString(const char* text) {
+  std::string out = "\"";
+  for (const char* p = text; *p != '\0'; ++p) {
+    if (*p == '"' || *p == '\\') {
+      out += '\\';
+    }
+    if (static_cast<unsigned char>(*p) < 0x20) {
+      char escaped[8];
+      std::snprintf(escaped, sizeof(escaped), "\\u%04x", *p);
+      out += escaped;
+      continue;
+    }
+    out += *p;
+  }
+  return out + "\"";
+}
+
+uint32_t DurationMs(const ZEPHPLAY_MEDIA_INFO& m) {
+  return m.u64EndStamp > m.u64BeginStamp ? static_cast<uint32_t>((m.u64EndStamp - m.u64BeginStamp) / 1000) : 0;
+}
+
+void PrintMediaText(const char* file, const ZEPHPLAY_MEDIA_INFO& m) {
+  std::printf("file        %s\n", file);
+  std::printf("kind        %s\n", KindName(m.nFileKind));
+  std::printf("start       %s\n", StartDate(m.info).c_str());
+  std::printf("begin       %llu us\n", static_cast<unsigned long long>(m.u64BeginStamp));
+  std::printf("end         %llu us\n", static_cast<unsigned long long>(m.u64EndStamp));
+  std::printf("duration    %.3f s (file information: %.3f s)\n", DurationMs(m) / 1000.0,
+              m.info.nTotalMinSecond / 1000.0);
+  std::printf("video       %s %ux%u, %u frames, %u key frames\n", VideoCodecName(m.nVideoCodec), m.nWidth, m.nHeight,
+              m.nVideoFrames, m.nKeyFrames);
+  std::printf("audio       %s, %u frames\n", AudioCodecName(m.nAudioCodec), m.nAudioFrames);
+}
+
+void PrintMediaJson(const char* file, const ZEPHPLAY_MEDIA_INFO& m) {
+  std::printf("{\"file\": %s, \"kind\": \"%s\", \"start\": \"%s\", \"begin_us\": %llu, \"end_us\": %llu, "
+              "\"duration_ms\": %u, \"info_total_ms\": %u, \"video_codec\": \"%s\", \"width\": %u, \"height\": %u, \"video_frames\": %u, "
+              "\"key_frames\": %u, \"audio_codec\": \"%s\", \"audio_frames\": %u}\n",
+              JsonString(file).c_str(), KindName(m.nFileKind), StartDate(m.info).c_str(),
+              static_cast<unsigned long long>(m.u64BeginStamp), static_cast<unsigned long long>(m.u64EndStamp),
+              DurationMs(m), m.info.nTotalMinSecond, VideoCodecName(m.nVideoCodec), m.nWidth, m.nHeight, m.nVideoFrames,
+              m.nKeyFrames, AudioCodecName(m.nAudioCodec), m.nAudioFrames);
+}
+
+int PrintMedia(const char* file, bool json) {
+  ZEPHPLAY_MEDIA_INFO media;
+  std::memset(&media, 0, sizeof(media));
+  media.nSize = sizeof(media);
+  if (ZEPHPLAY_GetMediaInfo(file, &media) != 0) {
+    std::fprintf(stderr, "zephplay: %s: not a recording the library can read\n", file);
+    return 1;
+  }
+  (json ? PrintMediaJson : PrintMediaText)(file, media);
+  return 0;
+}
+
 }  // namespace
 
 int RunInfo(int argc, char** argv) {
+  if (argc > 0 && argv[0][0] != '-') {
+    const bool json = argc == 2 && std::strcmp(argv[1], "--json") == 0;
+    if (argc > 2 || (argc == 2 && !json)) {
+      std::fprintf(stderr, "usage: zephplay info FILE [--json]\n");
+      return 2;
+    }
+    return PrintMedia(argv[0], json);
+  }
   const bool versionOnly = argc > 0 && std::strcmp(argv[0], "--version") == 0;
   if (argc > (versionOnly ? 1 : 0)) {
-    std::fprintf(stderr, "usage: zephplay [info | --version]\n");
+    std::fprintf(stderr, "usage: zephplay [info [FILE [--json]] | --version]\n");
     return 2;
   }
   return PrintInfo(versionOnly);

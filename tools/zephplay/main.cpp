@@ -15,7 +15,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"info", RunInfo, "info                 the version and the configuration loaded"},
+    {"play", RunPlay, "play FILE [OPTIONS]  plays a recording (play --help for the options and keys)"},
+    {"info", RunInfo, "info [FILE [--json]] the version and the configuration loaded, or what FILE holds"},
     {"talk", RunTalk, "talk --codec NAME    capture, encode and write talk-back (--help for more)"},
     {"afp", RunAfp, "afp FILE.aac         plays an AAC (ADTS) file with a progress bar"},
 };

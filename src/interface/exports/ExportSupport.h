@@ -2,12 +2,18 @@
 #include <exception>
 
 #include "interface/PlayHandle.h"
+#include "player/CPlayerFile.h"
 #include "common/LogAccess.h"
 #include "zephplay.h"
 
 namespace zp {
 
 inline PlayHandle* ToRecord(ZEPHPLAY_PLAYHANDLE* handle) { return reinterpret_cast<PlayHandle*>(handle); }
+inline CBasePlayer* AnyPlayer(ZEPHPLAY_PLAYHANDLE* handle) { return LookupAnyPlayer(ToRecord(handle)); }
+// Kind 0 with a player is only ever made by AttachFilePlayer.
+inline CPlayerFile* FilePlayer(ZEPHPLAY_PLAYHANDLE* handle) {
+  return static_cast<CPlayerFile*>(LookupFilePlayer(ToRecord(handle)));
+}
 
 // Runs body and turns any exception that escapes it into -1 with an error line: nothing may be
 // thrown across the C interface.
@@ -20,6 +26,12 @@ int32_t Guarded(const char* name, Body body) {
   } catch (...) {
     LogError("%s unknown exception", name);
   }
+  return -1;
+}
+
+// The "%s FAIL" line of a logging export whose lookup found no player.
+inline int32_t LogNoPlayer(const char* name) {
+  LogInfo("%s FAIL", name);
   return -1;
 }
 

@@ -1,0 +1,26 @@
+#pragma once
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+namespace zp {
+
+// An auto-reset wake-up for a waiting loop: Notify wakes the waiter (or the next wait, when
+// nobody waits yet); Wait returns after a notification or the timeout, and consumes it.
+class CWakeSignal {
+ public:
+  CWakeSignal() = default;
+  CWakeSignal(const CWakeSignal&) = delete;
+  CWakeSignal& operator=(const CWakeSignal&) = delete;
+
+  void Notify();
+  // True when notified, false at the timeout.
+  bool Wait(uint32_t ms);
+
+ private:
+  std::mutex m_mutex;
+  std::condition_variable m_cond;
+  bool m_bSignalled = false;
+};
+
+}  // namespace zp

@@ -1,0 +1,440 @@
+// zephplay play FILE [options]: plays a GREC recording or a vendor .mpg file, in a window of
+// its own (handed to the library as a native window, as an embedding program does) or headless.
+#include <SDL2/SDL.h>
+#include <SDL2/SDL_syswm.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "zephplay.h"
+
+namespace {
+
+constexpr uint32_t kTickMs = 50;
+constexpr uint32_t kSeekStepMs = 10000;
+constexpr uint32_t kStallMs = 10000;  // no picture and no end for this long: give up
+constexpr int32_t kRateMin = -4;
+constexpr int32_t kRateMax = 8;
+
+struct Snapshot {
+  uint32_t ms = 0;
+  std::string path;
+  bool taken = false;
+};
+
+struct Options {
+  const char* file = nullptr;
+  bool headless = false;
+  bool mute = false;
+  int32_t rate = 0;
+  double start = 0;
+  double until = -1;
+  std::vector<Snapshot> snapshots;
+};
+
+// What the library's callbacks report, read by the main loop.
+struct Counters {
+  std::atomic<uint32_t> decoded{0};
+  std::atomic<uint32_t> shown{0};
+  std::atomic<bool> ended{false};
+};
+
+std::atomic<bool> g_interrupted{false};
+
+void OnDecode(uint64_t user, const uint8_t*, const uint8_t*, const uint8_t*, int32_t, int32_t, int32_t,
+                       int32_t, int32_t, uint64_t) {
+  reinterpret_cast<Counters*>(user)->decoded.fetch_add(1, std::memory_order_relaxed);
+}
+
+void OnDisplay(uint64_t, uint32_t, uint32_t, uint64_t, uint32_t, uint32_t, uint64_t user) {
+  reinterpret_cast<Counters*>(user)->shown.fetch_add(1, std::memory_order_relaxed);
+}
+
+void OnEnd(uint32_t endKind, uint64_t user) {
+  if (endKind == ZEPHPLAY_END_FORWARD) {
+    reinterpret_cast<Counters*>(user)->ended.store(true);
+  }
+}
+
+int Usage() {
+  std::fprintf(stderr,
+               "usage: zephplay play FILE [--headless] [--mute] [--rate N] [--start SECONDS]\n"
+               "                          [--until SECONDS] [--snapshot SECONDS:PATH]...\n"
+               "keys: space pause, . step, , ; previous/next key frame, [ ] rate, left/right 10 s,\n"
+               "      s snapshot, q quit\n");
+  return 2;
+}
+
+bool ParseNumber(const char* text, double* out) {
+  char* end = nullptr;
+  *out = std::strtod(text, &end);
+  return end != text && *end == '\0' && *out >= 0;
+}
+
+bool ParseSnapshot(const char* text, Snapshot* out) {
+  const char* colon = std::strchr(text, ':');
+  double seconds = 0;
+  if (colon == nullptr || colon[1] == '\0' || !ParseNumber(std::string(text, colon).c_str(), &seconds)) {
+    return false;
+  }
+  out->ms = static_cast<uint32_t>(seconds * 1000);
+  out->path = colon + 1;
+  return true;
+}
+
+bool ParseOptions(int argc, char** argv, Options* o) {
+  for (int i = 0; i < argc; ++i) {
+    const std::string arg = argv[i];
+    const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
+    double number = 0;
+    if (arg == "--headless") {
+      o->headless = true;
+    } else if (arg == "--mute") {
+      o->mute = true;
+    } else if (arg == "--rate" && value != nullptr) {
+      char* end = nullptr;
+      const long rate = std::strtol(value, &end, 10);
+      if (*end != '\0' || rate < kRateMin || rate > kRateMax) {
+        return false;
+      }
+      o->rate = static_cast<int32_t>(rate);
+      ++i;
+    } else if ((arg == "--start" || arg == "--until") && value != nullptr && ParseNumber(value, &number)) {
+      (arg == "--start" ? o->start : o->until) = number;
+      ++i;
+    } else if (arg == "--snapshot" && value != nullptr) {
+      Snapshot s;
+      if (!ParseSnapshot(value, &s)) {
+        return false;
+      }
+      o->snapshots.push_back(s);
+      ++i;
+    } else if (arg[0] != '-' && o->file == nullptr) {
+      o->file = argv[i];
+    } else {
+      return false;
+    }
+  }
+  return o->file != nullptr;
+}
+
+// The tool's own window, handed to the library by its native handle.
+class ToolWindow {
+ public:
+  ~ToolWindow() {
+    if (m_window != nullptr) {
+      SDL_DestroyWindow(m_window);
+      SDL_QuitSubSystem(SDL_INIT_VIDEO);
+    }
+  }
+  // False (with the reason in *why) when no window can be made here.
+  bool Open(const char* title, uint32_t width, uint32_t height, void** native, std::string* why) {
+    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
+      *why = SDL_GetError();
+      return false;
+    }
+    m_window = SDL_CreateWindow(title, SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width != 0 ? width : 640,
+                                height != 0 ? height : 360, SDL_WINDOW_RESIZABLE);
+    SDL_SysWMinfo wm;
+    SDL_VERSION(&wm.version);
+    if (m_window == nullptr || !SDL_GetWindowWMInfo(m_window, &wm) || wm.subsystem != SDL_SYSWM_X11) {
+      *why = m_window == nullptr ? SDL_GetError() : "not an X11 window";
+      return false;
+    }
+    *native = reinterpret_cast<void*>(static_cast<uintptr_t>(wm.info.x11.window));
+    return true;
+  }
+
+ private:
+  SDL_Window* m_window = nullptr;
+};
+
+// One playback: the handle, its callbacks, the keys, the progress line and the summary.
+class Session {
+ public:
+  Session(const Options& o, const ZEPHPLAY_MEDIA_INFO& media) : m_o(o), m_media(media), m_rate(o.rate) {}
+  ~Session() {
+    if (m_handle != nullptr) {
+      ZEPHPLAY_ClosePlayHandle(m_handle);
+    }
+  }
+
+  // False with the reason in *why when the file cannot be played.
+  bool Start(void* window, std::string* why) {
+    if (ZEPHPLAY_OpenPlayHandle(&m_handle) != 0 || ZEPHPLAY_OpenFile(m_handle, m_o.file, 0) != 0) {
+      *why = "the library cannot make a player";
+      return false;
+    }
+    ZEPHPLAY_RECORD_INFO info;
+    if (ZEPHPLAY_GetFileInfo(m_handle, &info) != 0) {
+      *why = "not a recording the library can read";
+      return false;
+    }
+    // The file information's length ends at the last key frame; playback goes on to the last picture.
+    m_durationMs = m_media.u64EndStamp > m_media.u64BeginStamp
+                       ? static_cast<uint32_t>((m_media.u64EndStamp - m_media.u64BeginStamp) / 1000)
+                       : info.nTotalMinSecond;
+    const uint64_t self = reinterpret_cast<uint64_t>(&m_counters);
+    ZEPHPLAY_SetPlayWnd(m_handle, window);
+    ZEPHPLAY_SetDecCallBack(m_handle, self, OnDecode);
+    ZEPHPLAY_SetDisplayCallBack(m_handle, self, OnDisplay);
+    ZEPHPLAY_SetEndCallBack(m_handle, self, OnEnd);
+    if (ZEPHPLAY_Play(m_handle) != 0) {
+      *why = "the player did not start";
+      return false;
+    }
+    if (m_o.start > 0 && ZEPHPLAY_SetPlayTime(m_handle, static_cast<uint32_t>(m_o.start * 1000)) != 0) {
+      *why = "--start lies beyond the recording";
+      return false;
+    }
+    // Sound first: the rate then silences it while the rate is not 0 and brings it back at 0.
+    if (!m_o.mute && m_media.nAudioFrames > 0) {
+      ZEPHPLAY_PlaySound(m_handle);
+    }
+    ZEPHPLAY_SetPlayRate(m_handle, m_rate);
+    return true;
+  }
+
+  // One pass of the main loop; false when playback is over.
+  bool Tick(uint32_t nowMs) {
+    const uint32_t shown = m_counters.shown.load();
+    if (shown != m_lastShown || m_paused || m_lastProgressMs == 0) {
+      m_lastShown = shown;
+      m_lastProgressMs = nowMs;
+    }
+    TakeSnapshots();
+    PrintProgress(false);
+    if (m_counters.ended.load()) {
+      m_end = "end of file";
+      return false;
+    }
+    if (m_o.until >= 0 && Position() >= m_o.until * 1000) {
+      m_end = "--until reached";
+      return false;
+    }
+    if (nowMs - m_lastProgressMs > kStallMs) {
+      m_end = "stalled";
+      m_failed = true;
+      return false;
+    }
+    return !g_interrupted.load();
+  }
+
+  // Handles one key; false for quit.
+  bool Key(SDL_Keycode key) {
+    switch (key) {
+      case SDLK_q:
+        m_end = "quit";
+        return false;
+      case SDLK_SPACE:
+        m_paused = !m_paused;
+        ZEPHPLAY_Pause(m_handle, m_paused ? 1 : 0);
+        break;
+      case SDLK_PERIOD:
+        m_paused = true;
+        ZEPHPLAY_OneByOne(m_handle);
+        break;
+      case SDLK_COMMA:
+      case SDLK_SEMICOLON:
+        m_paused = true;
+        ZEPHPLAY_PlayOneIFrame(m_handle, key == SDLK_SEMICOLON ? 1 : 0);
+        break;
+      case SDLK_LEFTBRACKET:
+      case SDLK_RIGHTBRACKET:
+        SetRate(m_rate + (key == SDLK_RIGHTBRACKET ? 1 : -1));
+        break;
+      case SDLK_LEFT:
+      case SDLK_RIGHT:
+        Seek(key == SDLK_RIGHT ? kSeekStepMs : -static_cast<int64_t>(kSeekStepMs));
+        break;
+      case SDLK_s:
+        Capture(std::string(m_o.file) + "-" + std::to_string(Position()) + ".jpg");
+        break;
+      default:
+        break;
+    }
+    return true;
+  }
+
+  void WindowResized() { ZEPHPLAY_AdjustedWndRect(m_handle); }
+
+  // The summary line; the exit code.
+  int Finish() {
+    PrintProgress(true);
+    const uint32_t shown = m_counters.shown.load();
+    const uint32_t decoded = m_counters.decoded.load();
+    std::printf("%s: %s, %.1f s of %.1f s, %u pictures shown, %u dropped, rate %d\n", m_o.file, m_end.c_str(),
+                Position() / 1000.0, m_durationMs / 1000.0, shown, decoded > shown ? decoded - shown : 0, m_rate);
+    return m_failed ? 1 : 0;
+  }
+
+ private:
+  // Milliseconds from the file's first stamp of the picture on screen (0 before the first).
+  uint32_t Position() {
+    uint32_t ms = 0;
+    if (m_counters.shown.load() == 0 || ZEPHPLAY_GetPlayTime(m_handle, &ms) != 0 || ms > m_durationMs + 1000) {
+      return m_lastPositionMs;
+    }
+    m_lastPositionMs = ms;
+    return ms;
+  }
+
+  void SetRate(int32_t rate) {
+    if (rate < kRateMin || rate > kRateMax) {
+      return;
+    }
+    m_rate = rate;
+    m_paused = false;  // a rate change resumes
+    ZEPHPLAY_SetPlayRate(m_handle, rate);
+  }
+
+  void Seek(int64_t deltaMs) {
+    int64_t target = static_cast<int64_t>(Position()) + deltaMs;
+    target = target < 0 ? 0 : target;
+    if (ZEPHPLAY_SetPlayTime(m_handle, static_cast<uint32_t>(target)) == 0) {
+      m_counters.ended.store(false);
+    }
+  }
+
+  void Capture(const std::string& path) {
+    const bool bmp = path.size() > 4 && path.compare(path.size() - 4, 4, ".bmp") == 0;
+    const int32_t result = bmp ? ZEPHPLAY_CaptureBMP(m_handle, path.c_str()) : ZEPHPLAY_CaptureJPEG(m_handle, path.c_str());
+    ClearProgress();
+    std::fprintf(stderr, result == 0 ? "snapshot %s\n" : "snapshot %s failed\n", path.c_str());
+  }
+
+  void TakeSnapshots() {
+    for (Snapshot& s : m_o.snapshots) {
+      if (!s.taken && m_counters.shown.load() > 0 && Position() >= s.ms) {
+        s.taken = true;
+        Capture(s.path);
+      }
+    }
+  }
+
+  void ClearProgress() {
+    if (m_progressShown) {
+      std::fprintf(stderr, "\r\033[K");
+      m_progressShown = false;
+    }
+  }
+
+  // The progress line, on a terminal only (it rewrites itself).
+  void PrintProgress(bool last) {
+    if (!isatty(STDERR_FILENO)) {
+      return;
+    }
+    const uint32_t shown = m_counters.shown.load();
+    const uint32_t decoded = m_counters.decoded.load();
+    std::fprintf(stderr, "\r\033[K%7.1f / %.1f s  shown %u  dropped %u  rate %d%s", Position() / 1000.0,
+                 m_durationMs / 1000.0, shown, decoded > shown + 2 ? decoded - shown - 2 : 0, m_rate,
+                 m_paused ? "  paused" : "");
+    m_progressShown = !last;
+    if (last) {
+      std::fprintf(stderr, "\n");
+    }
+  }
+
+  Options m_o;
+  const ZEPHPLAY_MEDIA_INFO& m_media;
+  ZEPHPLAY_PLAYHANDLE* m_handle = nullptr;
+  Counters m_counters;
+  int32_t m_rate;
+  bool m_paused = false;
+  bool m_failed = false;
+  bool m_progressShown = false;
+  uint32_t m_durationMs = 0;
+  uint32_t m_lastPositionMs = 0;
+  uint32_t m_lastShown = 0;
+  uint32_t m_lastProgressMs = 0;
+  std::string m_end = "interrupted";
+};
+
+int Fail(const char* file, const std::string& why) {
+  std::fprintf(stderr, "zephplay: %s: %s\n", file, why.c_str());
+  return 1;
+}
+
+// The reason a file cannot be played before the library is asked to, or "" when it may be.
+std::string CheckFile(const char* file, ZEPHPLAY_MEDIA_INFO* media) {
+  if (access(file, R_OK) != 0) {
+    return std::strerror(errno);
+  }
+  std::memset(media, 0, sizeof(*media));
+  media->nSize = sizeof(*media);
+  if (ZEPHPLAY_GetMediaInfo(file, media) != 0) {
+    return "not a recording the library can read";
+  }
+  if (media->nVideoFrames == 0 && media->nAudioFrames == 0) {
+    return "no frame could be read (damaged recording?)";
+  }
+  return "";
+}
+
+uint32_t Now() {
+  using namespace std::chrono;
+  return static_cast<uint32_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+int RunWindowed(Session* session) {
+  SDL_Event event;
+  while (session->Tick(Now())) {
+    if (SDL_WaitEventTimeout(&event, kTickMs) == 0) {
+      continue;
+    }
+    do {
+      if (event.type == SDL_QUIT || (event.type == SDL_KEYDOWN && !session->Key(event.key.keysym.sym))) {
+        return session->Finish();
+      }
+      if (event.type == SDL_WINDOWEVENT && event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED) {
+        session->WindowResized();
+      }
+    } while (SDL_PollEvent(&event) != 0);
+  }
+  return session->Finish();
+}
+
+int RunHeadless(Session* session) {
+  while (session->Tick(Now())) {
+    usleep(kTickMs * 1000);
+  }
+  return session->Finish();
+}
+
+}  // namespace
+
+int RunPlay(int argc, char** argv) {
+  Options o;
+  if (!ParseOptions(argc, argv, &o)) {
+    return Usage();
+  }
+  ZEPHPLAY_MEDIA_INFO media;
+  if (const std::string why = CheckFile(o.file, &media); !why.empty()) {
+    return Fail(o.file, why);
+  }
+  std::signal(SIGINT, [](int) { g_interrupted.store(true); });
+  const char* display = std::getenv("DISPLAY");
+  ToolWindow window;
+  void* native = nullptr;
+  if (!o.headless && display != nullptr && display[0] != '\0') {
+    std::string why;
+    if (!window.Open(o.file, media.nWidth, media.nHeight, &native, &why)) {
+      std::fprintf(stderr, "zephplay: no window (%s), playing headless\n", why.c_str());
+      native = nullptr;
+    }
+  }
+  Session session(o, media);
+  if (std::string why; !session.Start(native, &why)) {
+    return Fail(o.file, why);
+  }
+  return native != nullptr ? RunWindowed(&session) : RunHeadless(&session);
+}
