@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "AvAudio.h"
+#include "AvReference.h"
 #include "SampleEncoder.h"
 #include "VoiceTestSupport.h"
 #include "audio/AmrCodec.h"
@@ -137,7 +137,7 @@ void Ours(benchmark::State& state, const Coded& coded, uint32_t coderType) {
 void Libavcodec(benchmark::State& state, const Coded& coded, const char* name, zp::test::AvOptions options) {
   for (auto _ : state) {
     state.PauseTiming();
-    zp::test::AvAudioDecoder av(name, options);
+    zp::test::AvDecoder av(name, options);
     state.ResumeTiming();
     int64_t samples = 0;
     for (const auto& packet : coded.avPackets) {

@@ -56,7 +56,9 @@ bool CAudioCaptureAndEncoder::Close() {
     LogError("%s refused inside the capture callback", "CAudioCaptureAndEncoder::Close");
     return false;
   }
-  m_Thread.Stop(platform::kInfinite);
+  if (m_Thread.IsRunning()) {
+    m_Thread.Stop(platform::kInfinite);
+  }
   m_nWorkerThread = 0;
   return m_Capture.Close();
 }
@@ -77,6 +79,7 @@ void CAudioCaptureAndEncoder::OnCaptured(const uint8_t* data, uint32_t len, uint
     self->m_FrameBuffer.Reset();
     self->m_FrameBuffer.WriteFrame(head, self->m_OutBuffer);
   }
+  self->m_DataReady.Set();
 }
 
 uint32_t CAudioCaptureAndEncoder::WorkerEntry(void* self) {
@@ -85,21 +88,21 @@ uint32_t CAudioCaptureAndEncoder::WorkerEntry(void* self) {
 
 uint32_t CAudioCaptureAndEncoder::Work() {
   m_nWorkerThread = platform::CurrentThreadId();
-  // Idle, the worker looks every 10 ms; after a delivery it looks again at once, so that a burst
-  // of buffers from the device is drained rather than left to overflow the queue.
-  uint32_t waitMs = kWorkerWaitMs;
-  while (!m_Thread.WaitStop(waitMs)) {
+  while (!m_Thread.WaitStop(0)) {
     QueueFrameHead head;
     uint32_t size = kOutputBytes;
-    waitMs = kWorkerWaitMs;
-    if (m_FrameBuffer.PopIfFits(&head, m_DeliverBuffer, &size) == 0) {
-      if (size > kOutputBytes) {
-        m_FrameBuffer.Pop(&head, nullptr);  // never queued by us; dropped rather than stuck
-      }
+    if (m_FrameBuffer.PopIfFits(&head, m_DeliverBuffer, &size) != 0) {
+      Deliver(m_DeliverBuffer, head.nLength);
       continue;
     }
-    Deliver(m_DeliverBuffer, head.nLength);
-    waitMs = 0;
+    if (size > kOutputBytes) {
+      m_FrameBuffer.Pop(&head, nullptr);  // never queued by us; dropped rather than stuck
+      continue;
+    }
+    // Woken by the next queued frame, so it goes out at once; the 10 ms bound keeps the stop
+    // check going. The queue is looked at again after the reset, so no frame waits for a wake.
+    m_DataReady.Wait(kWorkerWaitMs);
+    m_DataReady.Reset();
   }
   return 0;
 }

@@ -10,6 +10,7 @@
 #include "common/CFrameQueue.h"
 #include "common/CMutexLock.h"
 #include "common/CThreadBase.h"
+#include "platform/CEvent.h"
 
 namespace zp {
 
@@ -58,6 +59,7 @@ class CAudioCaptureAndEncoder {
   CaptureCallback m_pfnCallback = nullptr;
   uint64_t m_u64User = 0;
   CThreadBase m_Thread;
+  platform::CEvent m_DataReady;  // set by the sound thread for each queued frame
   CMutexLock m_lock;
   std::string m_SavePath;
   std::FILE* m_pSaveFile = nullptr;

@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "AvAudio.h"
+#include "AvReference.h"
 #include "ClientSupport.h"
 #include "DiskAudio.h"
 #include "zephplay.h"
@@ -182,7 +182,7 @@ TEST(AudioPlayerExports, PlaysTheDecodedUnitsWithTheGain) {
   for (int u = 0; u < kUnits; ++u) {
     alaw.push_back(RandomBytes(kUnitSamples, 7 + u));
   }
-  AvAudioDecoder oracle("pcm_alaw", {});
+  AvDecoder oracle("pcm_alaw");
   ASSERT_TRUE(oracle.ok());
   std::vector<std::vector<int16_t>> expected(kUnits);
   for (int u = 0; u < kUnits; ++u) {
@@ -260,98 +260,70 @@ TEST(AudioPlayerExports, GainAndVolumeLimits) {
   }
 }
 
-// With the no-data count 3, a refill that runs out of frames keeps the old content behind the
-// new sound and counts as the first empty one; the next two empty refills keep theirs too,
-// and the one after them is silent. With the default 0 every empty stretch is silent at once.
-TEST(AudioPlayerExports, EmptyRefillsRepeatTheOldSoundForTheNoDataCount) {
-  for (const int count : {3, 0}) {
-    SCOPED_TRACE(count);
-    DiskAudio disk;
-    QueuedPlayer player(kCoderPcm8k);
-    ASSERT_EQ(ZEPHPLAY_SetNoDataEmptyCount(player.get(), count), 0);
-    player.QueuePcm(0, 0);
-    player.Play();
-    const auto played = disk.WaitForSamples(8 * kPcmBuffer);
-    ASSERT_GE(played.size(), 8 * kPcmBuffer);
-    const auto fill = Same(kPcmBuffer, kStartFillSample);
-    auto withFill = PcmFrame(0);
-    withFill.resize(kPcmBuffer, kStartFillSample);
-    const std::vector<std::vector<int16_t>> blocks =
-        count == 3 ? std::vector<std::vector<int16_t>>{fill, fill, withFill, fill, withFill, Same(kPcmBuffer, 0),
-                                                       Same(kPcmBuffer, 0)}
-                   : std::vector<std::vector<int16_t>>{fill, fill, PadTo(PcmFrame(0), kPcmBuffer),
-                                                       Same(kPcmBuffer, 0), Same(kPcmBuffer, 0)};
-    for (size_t i = 0; i < blocks.size(); ++i) {
-      EXPECT_EQ(Slice(played, i * kPcmBuffer, kPcmBuffer), blocks[i]) << "buffer " << i;
-    }
+// What each refill plays of the frames queued, under the rules that keep or drop them: the
+// no-data count (with 3, a refill that runs out keeps the old content behind the new sound and
+// counts as the first empty one, the next two keep theirs too, then silence; with the default 0
+// silence at once); the cache check after the first frame of the first refill (the rules at their
+// limits are the cache control's own test; here the frame count and the delay the player was
+// opened with); a full buffer (100 frames) that refuses more room and then keeps the newest 50;
+// pure-audio mode, where the buffer grows, the cache rules are off, and a refill of exactly 16
+// frames loses the 17th, which does not fit. PCM frames are 20 ms each at 50 frames per second; a
+// device buffer holds 16 of them.
+TEST(AudioPlayerExports, RefillsPlayWhatTheQueueRulesLeave) {
+  const auto fill = Same(kPcmBuffer, kStartFillSample);
+  const auto silence = Same(kPcmBuffer, 0);
+  auto withFill = PcmFrame(0);
+  withFill.resize(kPcmBuffer, kStartFillSample);
+  std::vector<std::vector<int16_t>> pureRefills;
+  for (int first = 0; first < 153; first += 17) {
+    pureRefills.push_back(PadTo(PcmFrames({{first, std::min(first + 15, 159)}}), kPcmBuffer));
   }
-}
-
-// The first refill decodes one frame and then runs the cache check, which trims what is still
-// queued; the rest of that refill shows which frames survived. PCM frames are 20 ms each at 50
-// frames per second; a device buffer holds 16 of them.
-TEST(AudioPlayerExports, CacheRulesTrimTheQueueAtTheFirstCheck) {
   struct Case {
-    const char* rule;
+    const char* what;
     int64_t delayMs;
-    int frames;
-    uint64_t stepUs;
-    std::vector<int16_t> firstRefill;
+    std::function<void(QueuedPlayer&)> queue;
+    std::vector<std::vector<int16_t>> refills;  // after the two start-fill buffers
   };
-  const std::vector<Case> cases = {
+  const Case cases[] = {
+      {"no-data count 3", -1,
+       [](QueuedPlayer& p) {
+         ASSERT_EQ(ZEPHPLAY_SetNoDataEmptyCount(p.get(), 3), 0);
+         p.QueuePcm(0, 0);
+       },
+       {withFill, fill, withFill, silence, silence}},
+      {"no-data count 0", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 0); }, {PadTo(PcmFrame(0), kPcmBuffer), silence, silence}},
       // 89 left >= 75 (1.5 s worth): a quarter second's worth, 12, stay.
-      {"frame count", -1, 90, 20000, PcmFrames({{0, 0}, {78, 89}})},
+      {"cache: frame count", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 89); }, {PadTo(PcmFrames({{0, 0}, {78, 89}}), kPcmBuffer)}},
       // Delay 200 ms, 29 left spanning 560 ms: 12 stay.
-      {"audio delay", 200, 30, 20000, PcmFrames({{0, 0}, {18, 29}})},
-      // No delay, no reference time, 40 left spanning 1560 ms: 10 stay.
-      {"default span", -1, 41, 40000, PcmFrames({{0, 0}, {31, 40}})},
-      // 14 left spanning 260 ms: nothing is trimmed.
-      {"none", -1, 15, 20000, PcmFrames({{0, 14}})},
+      {"cache: audio delay", 200, [](QueuedPlayer& p) { p.QueuePcm(0, 29); }, {PadTo(PcmFrames({{0, 0}, {18, 29}}), kPcmBuffer)}},
+      {"full buffer", -1,
+       [](QueuedPlayer& p) {
+         p.QueuePcm(0, 98);
+         EXPECT_EQ(ZEPHPLAY_CheckAudioData(p.get(), 320), 0);
+         p.QueuePcm(99, 99);
+         EXPECT_EQ(ZEPHPLAY_CheckAudioData(p.get(), 320), -3) << "100 frames held";
+         p.QueuePcm(100, 104);
+       },
+       {PcmFrames({{50, 65}})}},
+      {"pure audio", -1,
+       [](QueuedPlayer& p) {
+         ASSERT_EQ(ZEPHPLAY_SetPureAudioMode(p.get()), 0);
+         p.QueuePcm(0, 159);
+       },
+       pureRefills},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.rule);
+    SCOPED_TRACE(c.what);
     DiskAudio disk;
     QueuedPlayer player(kCoderPcm8k, c.delayMs);
-    player.QueuePcm(0, c.frames - 1, c.stepUs);
+    c.queue(player);
     player.Play();
-    const auto played = disk.WaitForSamples(4 * kPcmBuffer);
-    ASSERT_GE(played.size(), 4 * kPcmBuffer);
-    EXPECT_EQ(Slice(played, 2 * kPcmBuffer, kPcmBuffer), PadTo(c.firstRefill, kPcmBuffer));
-  }
-}
-
-// A full buffer (100 frames) refuses more room to CheckAudioData; the next frame then makes
-// room by keeping the newest 50. In pure-audio mode the buffer grows instead and the cache
-// rules are off, so every frame is kept; a refill of exactly 16 frames loses the 17th, which
-// does not fit.
-TEST(AudioPlayerExports, FullBufferKeepsTheNewestFiftyOrGrowsInPureAudioMode) {
-  {
-    DiskAudio disk;
-    QueuedPlayer player(kCoderPcm8k);
-    player.QueuePcm(0, 98);
-    EXPECT_EQ(ZEPHPLAY_CheckAudioData(player.get(), 320), 0);
-    player.QueuePcm(99, 99);
-    EXPECT_EQ(ZEPHPLAY_CheckAudioData(player.get(), 320), -3) << "100 frames held";
-    player.QueuePcm(100, 104);
-    player.Play();
-    const auto played = disk.WaitForSamples(3 * kPcmBuffer);
-    ASSERT_GE(played.size(), 3 * kPcmBuffer);
-    EXPECT_EQ(Slice(played, 2 * kPcmBuffer, kPcmBuffer), PcmFrames({{50, 65}}));
-  }
-  {
-    DiskAudio disk;
-    QueuedPlayer player(kCoderPcm8k);
-    ASSERT_EQ(ZEPHPLAY_SetPureAudioMode(player.get()), 0);
-    player.QueuePcm(0, 159);
-    player.Play();
-    const auto played = disk.WaitForSamples(13 * kPcmBuffer);
-    ASSERT_GE(played.size(), 13 * kPcmBuffer);
-    for (int refill = 0; refill < 9; ++refill) {
-      const int first = refill * 17;
-      const int last = std::min(first + 15, 159);
-      EXPECT_EQ(Slice(played, (2 + refill) * kPcmBuffer, kPcmBuffer),
-                PadTo(PcmFrames({{first, last}}), kPcmBuffer))
-          << "refill " << refill;
+    const size_t buffers = 2 + c.refills.size();
+    const auto played = disk.WaitForSamples((buffers + 1) * kPcmBuffer);
+    ASSERT_GE(played.size(), buffers * kPcmBuffer);
+    EXPECT_EQ(Slice(played, 0, 2 * kPcmBuffer), Same(2 * kPcmBuffer, kStartFillSample));
+    for (size_t i = 0; i < c.refills.size(); ++i) {
+      EXPECT_EQ(Slice(played, (2 + i) * kPcmBuffer, kPcmBuffer), c.refills[i]) << "refill " << i;
     }
   }
 }

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "AvAudio.h"
+#include "AvReference.h"
 #include "CadecSupport.h"
 #include "SampleEncoder.h"
 #include "audio/AmrCodec.h"
@@ -16,21 +16,15 @@ namespace zp::test {
 namespace {
 
 using samples::AudioCodec;
-using samples::AudioParams;
 using samples::EncodedFrame;
 
 std::vector<EncodedFrame> MakeAac(int rate, int channels, int frames) {
-  AudioParams params;
-  params.codec = AudioCodec::AacAdts;
-  params.sampleRate = rate;
-  params.channels = channels;
-  params.frames = frames;
-  return samples::EncodeAudio(params);
+  return samples::EncodeAudio({AudioCodec::AacAdts, rate, channels, frames});
 }
 
 std::vector<int16_t> DecodeAllWithAv(const char* name, const std::vector<std::vector<uint8_t>>& units,
                                      const AvOptions& options) {
-  AvAudioDecoder av(name, options);
+  AvDecoder av(name, options);
   std::vector<int16_t> pcm;
   EXPECT_TRUE(av.ok()) << name;
   for (const auto& unit : units) {

@@ -12,7 +12,7 @@
 #include "audio/CADEC.h"
 #include "audio/CAudioCacheControl.h"
 #include "audio/CWaveOut.h"
-#include "common/CAutoLock.h"
+#include "common/LockProbe.h"
 
 namespace zp::test {
 namespace {
@@ -173,12 +173,7 @@ TEST(WaveOut, PullPathFillsEachBufferAndLeavesTheHandedLocks) {
   EXPECT_EQ(Slice(played, 2 * kPcmBufferSamples, 4 * kPcmBufferSamples), expected);
 
   EXPECT_EQ(source.handedOver.load(), 40);
-  std::atomic<bool> free{false};
-  std::thread([&source, &free] {
-    CAutoLock lock(&source.lock);
-    free = true;
-  }).join();
-  EXPECT_TRUE(free);
+  ExpectAnotherThreadTakes(&source.lock, "WaveOut.PullPathFillsEachBufferAndLeavesTheHandedLocks");
   EXPECT_EQ(pcmLog.samples, seenByCallback);
   ASSERT_EQ(pcmLog.stamps.size(), 40u);
   EXPECT_EQ(pcmLog.stamps[39], 39u * 18750);
@@ -217,9 +212,10 @@ TEST(WaveOut, StopWaitsForTheRefillUnderWay) {
   waveOut.SetFrameBuffer(&frames);
   waveOut.SetSkipCacheControl(true);
   ASSERT_EQ(waveOut.Start(), 1);
-  while (slow.entered == 0) {
+  for (int ms = 0; slow.entered == 0 && ms < 10000; ++ms) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
+  ASSERT_GT(slow.entered.load(), 0) << "no refill within 10 s";
   waveOut.Stop();
   const int entered = slow.entered;
   EXPECT_EQ(slow.left.load(), entered) << "Stop returned with a refill still running";

@@ -71,38 +71,7 @@ TEST(FrameQueue, RefusesAFrameLongerThanTheFreeBytesAndStaysIntact) {
   EXPECT_EQ(q.Pop(nullptr, nullptr), 0);
 }
 
-TEST(FrameQueue, FramesThatWrapTheRingComeBackWholeAndInOrder) {
-  CFrameQueue q;
-  ASSERT_EQ(q.Init(4, 100), 1);
-  // Shift the positions so that later frames straddle the end of the ring.
-  ASSERT_EQ(Push(q, 1, 1, Bytes(70, 0)), 1);
-  PopOne(q);
-  for (uint8_t round = 0; round < 20; ++round) {
-    ASSERT_EQ(Push(q, 2, round, Bytes(45, round)), 1);
-    ASSERT_EQ(Push(q, 3, round + 100, Bytes(33, round + 50)), 1);
-    Popped a = PopOne(q);
-    Popped b = PopOne(q);
-    EXPECT_EQ(a.head.nType, 2u);
-    EXPECT_EQ(a.data, Bytes(45, round));
-    EXPECT_EQ(b.head.u64Stamp, round + 100u);
-    EXPECT_EQ(b.data, Bytes(33, round + 50));
-  }
-  EXPECT_EQ(q.FreeBytes(), 100u);
-}
-
-TEST(FrameQueue, WriteFrame2JoinsTwoPiecesAndChecksTheTotal) {
-  CFrameQueue q;
-  ASSERT_EQ(q.Init(4, 64), 1);
-  const auto a = Bytes(5, 1);
-  const auto b = Bytes(9, 2);
-  EXPECT_EQ(q.WriteFrame2(QueueFrameHead{7, 13, 1}, a.data(), 5, b.data(), 9), 0);
-  ASSERT_EQ(q.WriteFrame2(QueueFrameHead{7, 14, 1}, a.data(), 5, b.data(), 9), 1);
-  std::vector<uint8_t> joined(a);
-  joined.insert(joined.end(), b.begin(), b.end());
-  EXPECT_EQ(PopOne(q).data, joined);
-}
-
-TEST(FrameQueue, PopIfFitsReportsTheNeededSizeAndKeepsTheFrame) {
+TEST(FrameQueue, PopIfFitsReportsTheNeededSizeAndWriteFrame2JoinsPieces) {
   CFrameQueue q;
   ASSERT_EQ(q.Init(4, 64), 1);
   uint8_t buf[64];
@@ -117,6 +86,14 @@ TEST(FrameQueue, PopIfFitsReportsTheNeededSizeAndKeepsTheFrame) {
   EXPECT_EQ(q.GetFrameNum(), 1);
   EXPECT_EQ(q.PopIfFits(&head, buf, &size), 1);
   EXPECT_EQ(std::vector<uint8_t>(buf, buf + 20), Bytes(20, 4));
+  // WriteFrame2 joins two pieces whose lengths must add up to the head's.
+  const auto a = Bytes(5, 1);
+  const auto b = Bytes(9, 2);
+  EXPECT_EQ(q.WriteFrame2(QueueFrameHead{7, 13, 1}, a.data(), 5, b.data(), 9), 0);
+  ASSERT_EQ(q.WriteFrame2(QueueFrameHead{7, 14, 1}, a.data(), 5, b.data(), 9), 1);
+  std::vector<uint8_t> joined(a);
+  joined.insert(joined.end(), b.begin(), b.end());
+  EXPECT_EQ(PopOne(q).data, joined);
 }
 
 TEST(FrameQueue, SpansAndPeeks) {
@@ -210,22 +187,18 @@ TEST(FrameQueue, ResizeKeepsFramesAndRefusesToShrinkBelowUse) {
   EXPECT_EQ(q.SlotCount(), 2u);
 }
 
-TEST(FrameQueue, ResetEmptiesWithoutFreeing) {
-  CFrameQueue q;
-  ASSERT_EQ(q.Init(4, 100), 1);
-  ASSERT_EQ(Push(q, 1, 1, Bytes(60, 0)), 1);
-  q.Reset();
-  EXPECT_EQ(q.GetFrameNum(), 0);
-  EXPECT_EQ(q.FreeBytes(), 100u);
-  EXPECT_EQ(q.Capacity(), 100u);
-  EXPECT_EQ(Push(q, 1, 1, Bytes(100, 0)), 1);
-}
-
-TEST(FrameQueue, AnUninitialisedQueueRefusesEverything) {
+// Reset empties without freeing; a queue that was never (or could not be) made refuses everything.
+TEST(FrameQueue, ResetEmptiesAndAnUninitialisedQueueRefusesEverything) {
   CFrameQueue q;
   EXPECT_EQ(Push(q, 1, 1, Bytes(1, 0)), 0);
   EXPECT_EQ(q.Pop(nullptr, nullptr), 0);
   EXPECT_FALSE(q.IsFull());
   EXPECT_EQ(q.Init(UINT32_MAX, 10), 0);
   EXPECT_EQ(Push(q, 1, 1, Bytes(1, 0)), 0);
+  ASSERT_EQ(q.Init(4, 100), 1);
+  ASSERT_EQ(Push(q, 1, 1, Bytes(60, 0)), 1);
+  q.Reset();
+  EXPECT_EQ(q.GetFrameNum(), 0);
+  EXPECT_EQ(q.FreeBytes(), 100u);
+  EXPECT_EQ(Push(q, 1, 1, Bytes(100, 0)), 1);
 }

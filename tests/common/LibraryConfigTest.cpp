@@ -24,16 +24,6 @@ TEST(LibraryConfig, KeysHaveTheirDefaultsWithoutAFile) {
   EXPECT_EQ(config.AppDirectory(), "/usr/bin/");
 }
 
-TEST(LibraryConfig, WriteFileComesFromTheApplicationDirectoryOnly) {
-  TempDir lib;
-  TempDir app;
-  lib.File("libzephplay.ini", "[CONFIG]\nWriteFile=1\nVideoMaxDelay=9000\n");
-  app.File("libzephplay.ini", "[CONFIG]\nWriteFile=3\nVideoMaxDelay=100\n");
-  CLibraryConfig config((lib.path() / "libzephplay.so").string(), (app.path() / "host").string());
-  EXPECT_EQ(config.VideoMaxDelay(), 9000);
-  EXPECT_EQ(config.WriteFile(), 3);
-}
-
 TEST(LibraryConfig, AppPathIniMovesTheApplicationDirectoryOnceAndForAll) {
   TempDir lib;
   lib.File("AppPath.INI", "[APPPATH]\nSRC_TYPE=1\nAPPEND=../app/./conf\n");

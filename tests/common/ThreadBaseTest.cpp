@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
-
-#include "common/CAutoLock.h"
+#include "LockProbe.h"
 #include "common/CThreadBase.h"
 #include "platform/CEvent.h"
 
@@ -10,13 +8,14 @@ using zp::CThreadBase;
 
 namespace {
 
+// Loops until stopped; `looping` is set from the thread, so a test waits on it with a deadline.
 struct Worker {
   CThreadBase thread;
-  std::atomic<int> loops{0};
+  zp::platform::CEvent looping;
   static uint32_t Loop(void* arg) {
     auto* self = static_cast<Worker*>(arg);
     while (!self->thread.WaitStop(1)) {
-      ++self->loops;
+      self->looping.Set();
     }
     return 42;
   }
@@ -25,41 +24,30 @@ struct Worker {
 class RunOverride : public CThreadBase {
  public:
   ~RunOverride() override { Stop(zp::platform::kInfinite); }
-  uint32_t Run() override {
-    ran = true;
-    return 7;
-  }
-  std::atomic<bool> ran{false};
+  uint32_t Run() override { return 7; }
 };
 
 }  // namespace
 
+// Also: a thread without a function runs Run(), and a stopped thread starts again with the stop
+// event cleared.
 TEST(ThreadBase, StartRunsTheFunctionUntilStopAndRefusesASecondStart) {
   Worker w;
   EXPECT_FALSE(w.thread.Stop(100));
   ASSERT_TRUE(w.thread.Start(&Worker::Loop, &w));
-  EXPECT_TRUE(w.thread.IsRunning());
   EXPECT_FALSE(w.thread.Start(&Worker::Loop, &w));
-  while (w.loops < 3) {
-    std::this_thread::yield();
-  }
-  EXPECT_TRUE(w.thread.Stop(zp::platform::kInfinite));
+  EXPECT_TRUE(w.looping.Wait(10000));
+  EXPECT_TRUE(w.thread.Stop(10000));
   EXPECT_FALSE(w.thread.IsRunning());
   EXPECT_EQ(w.thread.ExitCode(), 42u);
-  // It can be started again after a stop, with the stop event cleared.
-  const int before = w.loops;
+  w.looping.Reset();
   ASSERT_TRUE(w.thread.Start(&Worker::Loop, &w));
-  while (w.loops < before + 3) {
-    std::this_thread::yield();
-  }
-  EXPECT_TRUE(w.thread.Stop(zp::platform::kInfinite));
-}
+  EXPECT_TRUE(w.looping.Wait(10000));
+  EXPECT_TRUE(w.thread.Stop(10000));
 
-TEST(ThreadBase, WithoutAFunctionRunIsCalled) {
   RunOverride t;
   ASSERT_TRUE(t.Start(nullptr, nullptr));
-  EXPECT_TRUE(t.Stop(zp::platform::kInfinite));
-  EXPECT_TRUE(t.ran);
+  EXPECT_TRUE(t.Stop(10000));
   EXPECT_EQ(t.ExitCode(), 7u);
 }
 
@@ -87,12 +75,6 @@ TEST(AutoLock, EarlyUnlockIsNotUndoneTwice) {
     inner.Unlock();
   }
   // Had the lock been left too often or too rarely, another thread could not take it now.
-  std::atomic<bool> taken{false};
-  std::thread other([&] {
-    zp::CAutoLock l(&lock);
-    taken = true;
-  });
-  other.join();
-  EXPECT_TRUE(taken);
+  ExpectAnotherThreadTakes(&lock, "AutoLock.EarlyUnlockIsNotUndoneTwice");
   zp::CAutoLock none(nullptr);
 }

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <utility>
+
 #include "interface/PlayHandle.h"
 #include "common/Settings.h"
 
@@ -27,6 +30,9 @@ TEST(PlayHandle, LookupsFollowTheKind) {
   EXPECT_EQ(LookupAnyPlayer(h), nullptr);
   EXPECT_EQ(LookupFilePlayer(h), nullptr);
   EXPECT_EQ(LookupStreamPlayer(h), nullptr);
+  PlayHandle* fresh = nullptr;
+  ASSERT_EQ(OpenPlayHandle(&fresh), 0);
+  EXPECT_EQ(ClosePlayHandle(fresh), 0);
 
   int destroyed = 0;
   h->pPlayer = new CountingPlayer(&destroyed);
@@ -48,18 +54,10 @@ TEST(PlayHandle, LookupsFollowTheKind) {
   EXPECT_EQ(OpenPlayHandle(nullptr), -1);
 }
 
-TEST(PlayHandle, ClosingAFreshHandleSucceeds) {
-  PlayHandle* h = nullptr;
-  ASSERT_EQ(OpenPlayHandle(&h), 0);
-  EXPECT_EQ(ClosePlayHandle(h), 0);
-}
-
 TEST(Settings, AudioGainIsClampedToItsRange) {
-  EXPECT_EQ(Settings::ClampAudioGain(0.5), 1.0);
-  EXPECT_EQ(Settings::ClampAudioGain(1.0), 1.0);
-  EXPECT_EQ(Settings::ClampAudioGain(3.0), 3.0);
-  EXPECT_EQ(Settings::ClampAudioGain(25.0), 25.0);
-  EXPECT_EQ(Settings::ClampAudioGain(30.0), 25.0);
-  EXPECT_EQ(Settings::ClampAudioGain(-1e300), 1.0);
-  EXPECT_EQ(Settings::ClampAudioGain(std::numeric_limits<double>::quiet_NaN()), 1.0);
+  const std::pair<double, double> cases[] = {{0.5, 1.0},  {1.0, 1.0},    {3.0, 3.0}, {25.0, 25.0},
+                                             {30.0, 25.0}, {-1e300, 1.0}, {NAN, 1.0}};
+  for (const auto& [given, kept] : cases) {
+    EXPECT_EQ(Settings::ClampAudioGain(given), kept) << given;
+  }
 }

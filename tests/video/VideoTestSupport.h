@@ -1,5 +1,5 @@
 #pragma once
-// Outside judges for the video tests: a bare libavcodec decoder, an independent BMP reader,
+// Outside judges for the video tests: libavcodec's decoder (AvReference.h), an independent BMP reader,
 // libjpeg reading back JPEGs, a BT.601 reference conversion, PSNR, and Xvfb with a real X window.
 #include <X11/Xlib.h>
 #include <fcntl.h>
@@ -20,43 +20,17 @@
 
 extern "C" {
 #include <jpeglib.h>
-#include <libavcodec/avcodec.h>
 }
 
+#include "AvReference.h"
 #include "SampleEncoder.h"
 #include "common/LogAccess.h"
 #include "video/PictureInfo.h"
 
 namespace zp::videotest {
 
-// A picture with packed planes (no padding), as compared bit for bit.
-struct Planes {
-  int width = 0;
-  int height = 0;
-  std::vector<uint8_t> y, u, v;
-  bool operator==(const Planes& o) const {
-    return width == o.width && height == o.height && y == o.y && u == o.u && v == o.v;
-  }
-};
-
-inline void CopyPlane(const uint8_t* src, int stride, int w, int h, std::vector<uint8_t>* out) {
-  out->resize(static_cast<size_t>(w) * h);
-  for (int r = 0; r < h; ++r) {
-    std::memcpy(out->data() + static_cast<size_t>(r) * w, src + static_cast<ptrdiff_t>(r) * stride,
-                static_cast<size_t>(w));
-  }
-}
-
-inline Planes PackPicture(const uint8_t* y, const uint8_t* u, const uint8_t* v, int yStride,
-                          int uvStride, int width, int height) {
-  Planes p;
-  p.width = width;
-  p.height = height;
-  CopyPlane(y, yStride, width, height, &p.y);
-  CopyPlane(u, uvStride, (width + 1) / 2, (height + 1) / 2, &p.u);
-  CopyPlane(v, uvStride, (width + 1) / 2, (height + 1) / 2, &p.v);
-  return p;
-}
+using Planes = test::Picture;
+using test::PackPicture;
 
 inline Planes PackPicture(const PictureInfo& info) {
   return PackPicture(info.pY, info.pU, info.pV, static_cast<int>(info.nYStride),
@@ -77,36 +51,9 @@ inline PictureInfo ViewPicture(const std::vector<uint8_t>& yuv, int width, int h
   return p;
 }
 
-// Every picture a plain libavcodec send/receive loop gives for the access units, flushed.
-inline std::vector<Planes> ReferenceDecode(const std::vector<samples::EncodedFrame>& frames,
-                                           bool hevc) {
-  std::vector<Planes> out;
-  const AVCodec* codec = avcodec_find_decoder(hevc ? AV_CODEC_ID_HEVC : AV_CODEC_ID_H264);
-  AVCodecContext* ctx = avcodec_alloc_context3(codec);
-  AVPacket* pkt = av_packet_alloc();
-  AVFrame* frame = av_frame_alloc();
-  if (avcodec_open2(ctx, codec, nullptr) != 0) {
-    return out;
-  }
-  auto drain = [&] {
-    while (avcodec_receive_frame(ctx, frame) == 0) {
-      out.push_back(PackPicture(frame->data[0], frame->data[1], frame->data[2], frame->linesize[0],
-                                frame->linesize[1], frame->width, frame->height));
-      av_frame_unref(frame);
-    }
-  };
-  for (const auto& f : frames) {
-    pkt->data = const_cast<uint8_t*>(f.data.data());
-    pkt->size = static_cast<int>(f.data.size());
-    avcodec_send_packet(ctx, pkt);
-    drain();
-  }
-  avcodec_send_packet(ctx, nullptr);
-  drain();
-  av_frame_free(&frame);
-  av_packet_free(&pkt);
-  avcodec_free_context(&ctx);
-  return out;
+// Every picture libavcodec's own decoder gives for the access units, flushed.
+inline std::vector<Planes> ReferenceDecode(const std::vector<samples::EncodedFrame>& frames, bool hevc) {
+  return test::DecodeAllPictures(hevc ? "hevc" : "h264", frames);
 }
 
 // BT.601 limited range to full-range RGB in floating point, rounded: the reference conversion.

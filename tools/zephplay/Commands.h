@@ -3,3 +3,4 @@
 // the process exit code: 0 done, 1 failed (a one-line reason was printed), 2 bad usage.
 
 int RunInfo(int argc, char** argv);
+int RunTalk(int argc, char** argv);

@@ -16,6 +16,7 @@ struct Command {
 
 constexpr Command kCommands[] = {
     {"info", RunInfo, "info                 the version and the configuration loaded"},
+    {"talk", RunTalk, "talk --codec NAME    capture, encode and write talk-back (--help for more)"},
 };
 
 int Usage() {
