@@ -143,12 +143,10 @@ int CBasePlayer::CaptureWith(const char* pPath, bool bJpeg) {
   if (pPath == nullptr) {
     return -1;
   }
-  {
-    CAutoLock ring(m_PictureRing.Lock());
-    const int saved = bJpeg ? m_ShowData.CaptureJPEG(pPath) : m_ShowData.CaptureBMP(pPath);
-    if (saved != 0) {
-      return 0;
-    }
+  // The shown picture first (its show lock keeps its planes in place), then the decoder's.
+  const int shown = bJpeg ? m_ShowData.CaptureJPEG(pPath) : m_ShowData.CaptureBMP(pPath);
+  if (shown != 0) {
+    return 0;
   }
   CAutoLock lock(&m_DecoderLock);
   if (m_pVDecoder == nullptr || !m_pVDecoder->IsInit()) {
@@ -311,8 +309,7 @@ int CBasePlayer::FlashWnd() {
     m_pVDecoder->Refresh();  // a hardware picture never reaches the ring
     return 0;
   }
-  CAutoLock ring(m_PictureRing.Lock());
-  DrawCurrentLocked();
+  m_ShowData.DrawFrame(&m_Draw);
   return 0;
 }
 
@@ -707,12 +704,16 @@ bool CBasePlayer::IsInputDrained() {
 
 // ---- showing -------------------------------------------------------------------------------
 
-bool CBasePlayer::DrawCurrentLocked() {
+// The shown picture's place is freed by Advance only under the show lock, so a capture or a
+// draw that holds it never sees the decode thread write into the planes it reads.
+bool CBasePlayer::AdvanceShown(uint64_t* pStamp) {
+  CAutoLock show(m_ShowData.Lock());
+  CAutoLock ring(m_PictureRing.Lock());
   PictureInfo picture;
-  if (!m_PictureRing.Current(&picture)) {
-    m_ShowData.SetPicture(kPictureNone, nullptr, 0);
+  if (!m_PictureRing.Advance() || !m_PictureRing.Current(&picture)) {
     return false;
   }
+  m_decodeWake.Notify();
   m_ShowFrame.pY = picture.pY;
   m_ShowFrame.pU = picture.pU;
   m_ShowFrame.pV = picture.pV;
@@ -723,27 +724,20 @@ bool CBasePlayer::DrawCurrentLocked() {
   m_ShowFrame.ullPTS = picture.u64Stamp;
   m_ShowFrame.bIsKeyFrame = picture.nKey;
   m_ShowData.SetPicture(kPictureHi264, &m_ShowFrame, picture.u64Stamp);
-  m_ShowData.DrawFrame(&m_Draw);
+  *pStamp = picture.u64Stamp;
   return true;
 }
 
 bool CBasePlayer::ShowNextPicture() {
   if (m_PictureRing.IsEmpty()) {
     m_playWake.Wait(kEmptyRingWaitMs);
-    if (m_PictureRing.IsEmpty()) {
-      return false;
-    }
   }
   uint64_t stamp = 0;
-  {
-    CAutoLock ring(m_PictureRing.Lock());
-    if (!m_PictureRing.Advance()) {
-      return false;
-    }
-    m_decodeWake.Notify();
-    DrawCurrentLocked();
-    stamp = m_ShowFrame.ullPTS;
+  if (!AdvanceShown(&stamp)) {
+    return false;
   }
+  // Uploaded under the show lock, presented after it: a slow window never holds up a push.
+  m_ShowData.DrawFrame(&m_Draw);
   m_u64CurStamp = stamp;
   {
     CAutoLock timing(&m_TimingLock);
@@ -756,6 +750,7 @@ bool CBasePlayer::ShowNextPicture() {
 }
 
 void CBasePlayer::ClearPictures() {
+  CAutoLock show(m_ShowData.Lock());
   CAutoLock ring(m_PictureRing.Lock());
   m_PictureRing.Clear();
   m_ShowData.SetPicture(kPictureNone, nullptr, 0);

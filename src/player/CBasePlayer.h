@@ -31,7 +31,10 @@ using UsrDataCallBack = void (*)(const uint8_t* pData, uint32_t nLength, uint32_
 // callback slot has its own lock, held while its callback runs, so a setter waits for a running
 // callback. The decoder lock guards the video decoder (decode, redraw, capture, text), the audio
 // lock the audio decoder, the play lock pause, step and rate. A callback slot's lock is
-// released before the decoder lock is taken. The queues and the picture ring lock themselves.
+// released before the decoder lock is taken. The queues and the picture ring lock themselves;
+// the shown picture's lock is taken before the ring's. Pictures are drawn on the play thread
+// (or the caller's, for OneByOne, steps, seeks and FlashWnd), so the display callbacks run
+// there.
 //
 // Callbacks run on the player's own threads (decode, play) or the sound device's thread (PCM).
 // From such a thread the player cannot be stopped, closed or destroyed: it would wait for the
@@ -202,16 +205,16 @@ class CBasePlayer {
   void DecodeVideoFrame(const QueueFrameHead& head);
   void PushWhenRoom(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration);
   bool DrainAtEnd();
-  // The caller holds the ring lock.
-  bool DrawCurrentLocked();
+  // Makes the next picture of the ring the shown one; false when none waits.
+  bool AdvanceShown(uint64_t* pStamp);
   int CaptureWith(const char* pPath, bool bJpeg);
   void CloseVDecoderLocked();
   void CloseADecoderLocked();
 
   CWakeSignal m_decodeWake;  // a frame queued, room in the ring, a stop
   CWakeSignal m_playWake;    // a picture pushed, pause or rate changed, a stop
-  // The ring's shown picture as the picture output sees it (throttle, size checks, captures),
-  // guarded by the ring lock.
+  // The ring's shown picture as the picture output sees it (throttle, size checks, captures).
+  // Its lock (the show lock) is taken before the ring's.
   CVideoDecodeData m_ShowData;
   HI264DEC_FRAME m_ShowFrame{};
   std::atomic<uint32_t> m_nEndOfInput{0};

@@ -18,13 +18,13 @@
 #include "StreamWriter.h"
 #include "common/TempDir.h"
 #include "player/CPlayerFile.h"
-#include "samplemaker/AvDecode.h"
+#include "AvReference.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using zp::CPlayerFile;
-using zp::samples::test::DecodedPicture;
+using zp::test::Picture;
 
 constexpr auto kDeadline = 30s;
 
@@ -56,34 +56,19 @@ Recording MakeRecording(const TempDir& dir, const std::string& name, zp::samples
   return rec;
 }
 
-std::vector<DecodedPicture> ReferenceDecode(const Recording& rec) {
-  zp::samples::test::AvDecoder decoder(rec.hevc ? "hevc" : "h264");
-  std::vector<DecodedPicture> out;
-  for (const auto& f : rec.video) {
-    decoder.Video(f.data.data(), f.data.size(), 0, &out);
-  }
-  decoder.Video(nullptr, 0, 0, &out);
-  return out;
-}
-
 // What the player's callbacks saw, with waits that end at a deadline.
 struct Observer {
   std::mutex m;
   std::condition_variable cv;
-  std::vector<DecodedPicture> pictures;
+  std::vector<Picture> pictures;
   std::vector<uint32_t> ends;
   CPlayerFile* player = nullptr;
   int closeFromCallback = 0;
 
-  static void OnPicture(uint64_t user, const uint8_t* y, const uint8_t*, const uint8_t*, int32_t yStride, int32_t,
-                        int32_t, int32_t width, int32_t height, uint64_t) {
+  static void OnPicture(uint64_t user, const uint8_t* y, const uint8_t* u, const uint8_t* v, int32_t yStride,
+                        int32_t uvStride, int32_t, int32_t width, int32_t height, uint64_t) {
     auto* self = reinterpret_cast<Observer*>(user);
-    DecodedPicture pic;
-    pic.width = width;
-    pic.height = height;
-    for (int r = 0; r < height; ++r) {
-      pic.luma.insert(pic.luma.end(), y + static_cast<ptrdiff_t>(r) * yStride, y + static_cast<ptrdiff_t>(r) * yStride + width);
-    }
+    Picture pic = zp::test::PackPicture(y, u, v, yStride, uvStride, width, height);
     std::lock_guard<std::mutex> lock(self->m);
     self->pictures.push_back(std::move(pic));
     self->cv.notify_all();
@@ -154,7 +139,7 @@ TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
     params.gop = 10;
     params.bFrames = c.bFrames;
     const Recording rec = MakeRecording(dir, c.name, params, c.audio);
-    const auto reference = ReferenceDecode(rec);
+    const auto reference = zp::test::DecodeAllPictures(rec.hevc ? "hevc" : "h264", rec.video);
     ASSERT_EQ(reference.size(), rec.video.size());
 
     Observer seen;
@@ -171,8 +156,7 @@ TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
       EXPECT_EQ(seen.closeFromCallback, -1);
       ASSERT_EQ(seen.pictures.size(), reference.size());
       for (size_t i = 0; i < reference.size(); ++i) {
-        EXPECT_EQ(seen.pictures[i].width, reference[i].width);
-        EXPECT_TRUE(seen.pictures[i].luma == reference[i].luma) << "picture " << i;
+        EXPECT_TRUE(seen.pictures[i] == reference[i]) << "picture " << i;
       }
     }
     EXPECT_EQ(player.SetPlayTime(0), 0);
