@@ -129,44 +129,6 @@ TEST(CadecAac, FirstDataThatIsNoHeaderIsNotLookedAtAgain) {
   EXPECT_EQ(other->GetWaveFormat().nSamplesPerSec, 48000u);
 }
 
-TEST(CadecAac, InitDecoderTakesTheFormatFromItsArgument) {
-  DecoderPtr d = MakeDecoder(13);
-  ASSERT_NE(d, nullptr);
-  ASSERT_EQ(d->InitDecoder(2000000 + 32000), 1);
-  EXPECT_EQ(d->GetWaveFormat().nChannels, 2);
-  EXPECT_EQ(d->GetWaveFormat().nSamplesPerSec, 32000u);
-  EXPECT_EQ(d->FramePreSecond(), 32u);
-  EXPECT_EQ(d->FrameMs(), 32u);
-  ASSERT_EQ(d->InitDecoder(1000000 + 11025), 1);
-  EXPECT_EQ(d->GetWaveFormat().nChannels, 2);
-  EXPECT_EQ(d->GetWaveFormat().nSamplesPerSec, 11025u);
-  EXPECT_EQ(d->FramePreSecond(), 11u);
-  EXPECT_EQ(d->FrameMs(), 92u);
-  // 1 keeps a mono format as it is; anything else below a million goes back to the coder's.
-  d->SetWaveFormat(1, 22050, 16);
-  ASSERT_EQ(d->InitDecoder(1), 1);
-  EXPECT_EQ(d->GetWaveFormat().nChannels, 1);
-  EXPECT_EQ(d->GetWaveFormat().nSamplesPerSec, 22050u);
-  ASSERT_EQ(d->InitDecoder(320), 1);
-  EXPECT_EQ(d->GetWaveFormat().nChannels, 2);
-  EXPECT_EQ(d->GetWaveFormat().nSamplesPerSec, 16000u);
-  EXPECT_EQ(d->GetWaveFormat().nAvgBytesPerSec, 64000u);
-}
-
-TEST(CadecAac, OutputStopsAtTheCapacityGiven) {
-  const auto frames = MakeAac(48000, 2, 3);
-  ASSERT_EQ(frames.size(), 3u);
-  DecoderPtr decoder = MakeDecoder(25);
-  ASSERT_NE(decoder, nullptr);
-  std::vector<int16_t> out(2048 + 16, 0x5A5A);
-  for (size_t i = 0; i < frames.size(); ++i) {
-    uint16_t n = 1000;  // bytes
-    decoder->DecoderFrame(frames[i].data.data(), static_cast<int32_t>(frames[i].data.size()), out.data(), &n);
-    EXPECT_EQ(n, i == 0 ? 0 : 500);
-    EXPECT_EQ(out[500], 0x5A5A);
-  }
-}
-
 // Two tones with a swelling loudness, at 8 kHz.
 std::vector<int16_t> Voice(int samples) {
   std::vector<int16_t> pcm;
