@@ -45,4 +45,14 @@ inline int32_t LogResult(const char* name, int32_t result) {
   return result;
 }
 
+// The per-frame calls' line: a success is a detail line, so that the log does not fill with them.
+inline int32_t LogFrameResult(const char* name, int32_t result) {
+  if (result == 0) {
+    LogDetail("%s SUC", name);
+  } else {
+    LogInfo("%s FAIL", name);
+  }
+  return result;
+}
+
 }  // namespace zp

@@ -14,16 +14,6 @@ namespace {
 CAudioPlayer* ToPlayer(ZEPHPLAY_AUDIOPLAYER* player) { return reinterpret_cast<CAudioPlayer*>(player); }
 CAudioDecoder* ToDecoder(ZEPHPLAY_AUDIODECODER* decoder) { return reinterpret_cast<CAudioDecoder*>(decoder); }
 
-// Per-frame calls: a success is a detail line, so that the log does not fill with them.
-int32_t LogFrameResult(const char* name, int32_t result) {
-  if (result == 0) {
-    zp::LogDetail("%s SUC", name);
-  } else {
-    zp::LogInfo("%s FAIL", name);
-  }
-  return result;
-}
-
 int32_t OpenPlayer(const char* name, ZEPHPLAY_AUDIOPLAYER** out, bool withDelay, uint32_t delayMs) {
   if (out == nullptr) {
     return zp::LogResult(name, -1);
@@ -81,10 +71,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputAudioData(ZEPHPLAY_AUDIOPLAYER*
                                                            uint32_t length, uint64_t stamp) {
   constexpr const char* kName = "ZEPHPLAY_InputAudioData";
   if (player == nullptr) {
-    return LogFrameResult(kName, -1);
+    return zp::LogFrameResult(kName, -1);
   }
   // A new ADTS layout restarts the device.
-  return LogFrameResult(kName,
+  return zp::LogFrameResult(kName,
                         zp::Guarded(kName, [&] { return ToPlayer(player)->InputAudioData(frame, length, stamp); }));
 }
 
@@ -92,17 +82,17 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputAudioFrame(ZEPHPLAY_AUDIOPLAYER
                                                             uint32_t length, uint64_t stamp) {
   constexpr const char* kName = "ZEPHPLAY_InputAudioFrame";
   if (player == nullptr) {
-    return LogFrameResult(kName, -1);
+    return zp::LogFrameResult(kName, -1);
   }
-  return LogFrameResult(kName,
+  return zp::LogFrameResult(kName,
                         zp::Guarded(kName, [&] { return ToPlayer(player)->InputAudioFrame(payload, length, stamp); }));
 }
 
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CheckAudioData(ZEPHPLAY_AUDIOPLAYER* player, uint32_t length) {
   if (player == nullptr) {
-    return LogFrameResult("ZEPHPLAY_CheckAudioData", -1);
+    return zp::LogFrameResult("ZEPHPLAY_CheckAudioData", -1);
   }
-  return LogFrameResult("ZEPHPLAY_CheckAudioData", ToPlayer(player)->CheckAudioData(length));
+  return zp::LogFrameResult("ZEPHPLAY_CheckAudioData", ToPlayer(player)->CheckAudioData(length));
 }
 
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayAudioSound(ZEPHPLAY_AUDIOPLAYER* player, int32_t flag) {
@@ -180,10 +170,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioDecoderFrame(ZEPHPLAY_AUDIODECO
                                                               uint32_t* pcmLength) {
   constexpr const char* kName = "ZEPHPLAY_AudioDecoderFrame";
   if (decoder == nullptr || data == nullptr || pcm == nullptr || pcmLength == nullptr) {
-    return LogFrameResult(kName, -1);
+    return zp::LogFrameResult(kName, -1);
   }
   *pcmLength = ToDecoder(decoder)->AudioDecoderFrame(data, length, pcm, *pcmLength);
-  return LogFrameResult(kName, 0);
+  return zp::LogFrameResult(kName, 0);
 }
 
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioDecoder(ZEPHPLAY_AUDIODECODER* decoder) {

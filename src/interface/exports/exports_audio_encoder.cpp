@@ -11,16 +11,6 @@ namespace {
 
 CAudioEncoder* ToEncoder(ZEPHPLAY_AUDIOENCODER* encoder) { return reinterpret_cast<CAudioEncoder*>(encoder); }
 
-// Per-frame calls: a success is a detail line, so that the log does not fill with them.
-int32_t LogFrameResult(const char* name, int32_t result) {
-  if (result == 0) {
-    zp::LogDetail("%s SUC", name);
-  } else {
-    zp::LogInfo("%s FAIL", name);
-  }
-  return result;
-}
-
 }  // namespace
 
 extern "C" {
@@ -60,9 +50,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioEncoderFrame(ZEPHPLAY_AUDIOENCO
                                                               uint32_t* frameLength) {
   constexpr const char* kName = "ZEPHPLAY_AudioEncoderFrame";
   if (encoder == nullptr || pcm == nullptr || frame == nullptr || frameLength == nullptr) {
-    return LogFrameResult(kName, -1);
+    return zp::LogFrameResult(kName, -1);
   }
-  return LogFrameResult(kName, ToEncoder(encoder)->EncodeFrame(pcm, length, frame, frameLength) ? 0 : -1);
+  return zp::LogFrameResult(kName, ToEncoder(encoder)->EncodeFrame(pcm, length, frame, frameLength) ? 0 : -1);
 }
 
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioEncOneFrame(ZEPHPLAY_AUDIOENCODER* encoder, const uint8_t* pcm,
@@ -70,9 +60,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_AudioEncOneFrame(ZEPHPLAY_AUDIOENCOD
                                                              uint32_t* frameLength) {
   constexpr const char* kName = "ZEPHPLAY_AudioEncOneFrame";
   if (encoder == nullptr || pcm == nullptr || length == nullptr || frame == nullptr || frameLength == nullptr) {
-    return LogFrameResult(kName, -1);
+    return zp::LogFrameResult(kName, -1);
   }
-  return LogFrameResult(kName, ToEncoder(encoder)->EncodeOneFrame(pcm, length, frame, frameLength) ? 0 : -1);
+  return zp::LogFrameResult(kName, ToEncoder(encoder)->EncodeOneFrame(pcm, length, frame, frameLength) ? 0 : -1);
 }
 
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseAudioEncoder(ZEPHPLAY_AUDIOENCODER* encoder) {
