@@ -6,12 +6,6 @@ namespace zp {
 
 CADECHis::CADECHis(uint32_t nCoderType) { m_nCoderType = nCoderType; }
 
-CADECHis::~CADECHis() {
-  HI_VOICE_Release(m_State8);
-  HI_VOICE_Release(m_State16);
-  HI_VOICE_Release(m_State128);
-}
-
 int32_t CADECHis::EngineTypeOf(uint32_t nCoderType) {
   static constexpr int32_t kEngine[12] = {kVoiceG726Le40,  kVoiceG726Le40,  kVoiceDvi4,      kVoiceG726Asf40,
                                           kVoiceG726Asf32, kVoiceG726Asf24, kVoiceG726Asf16, kVoiceG726Le32,
@@ -28,17 +22,7 @@ int CADECHis::InitDecoder(uint32_t) {
   if (engine == 0) {
     return 0;
   }
-  switch (VoiceStateBytes(engine)) {
-    case kStateBytesG711:
-      m_pState = m_State8;
-      break;
-    case kStateBytesAdpcm:
-      m_pState = m_State16;
-      break;
-    default:
-      m_pState = m_State128;
-      break;
-  }
+  m_pState = m_States.For(engine);
   return HI_VOICE_DecReset(m_pState, engine) == 0 ? 1 : 0;
 }
 

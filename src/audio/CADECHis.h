@@ -8,7 +8,7 @@ namespace zp {
 class CADECHis : public CADEC {
  public:
   explicit CADECHis(uint32_t nCoderType);
-  ~CADECHis() override;
+  ~CADECHis() override = default;
   int InitDecoder(uint32_t nFrmLen) override;
   int DecoderFrame(const uint8_t* in, int32_t len, int16_t* out, uint16_t* outLen) override;
   bool IsHisFrame() override { return true; }
@@ -19,9 +19,7 @@ class CADECHis : public CADEC {
   static int32_t EngineTypeOf(uint32_t nCoderType);
 
  private:
-  alignas(8) uint8_t m_State8[kStateBytesG711] = {};
-  alignas(8) uint8_t m_State128[kStateBytesG726] = {};
-  alignas(8) uint8_t m_State16[kStateBytesAdpcm] = {};
+  VoiceStates m_States;
   uint8_t* m_pState = nullptr;
 };
 

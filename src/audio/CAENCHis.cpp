@@ -8,12 +8,6 @@
 
 namespace zp {
 
-CAENCHis::~CAENCHis() {
-  HI_VOICE_Release(m_State8);
-  HI_VOICE_Release(m_State16);
-  HI_VOICE_Release(m_State128);
-}
-
 int CAENCHis::InitEncoder() {
   // Type 0 decodes as G.726, but nothing is ever encoded to it.
   const int32_t engine = m_nCoderType == 0 ? 0 : CADECHis::EngineTypeOf(m_nCoderType);
@@ -21,17 +15,7 @@ int CAENCHis::InitEncoder() {
   if (engine == 0) {
     return 0;
   }
-  switch (VoiceStateBytes(engine)) {
-    case kStateBytesG711:
-      m_pState = m_State8;
-      break;
-    case kStateBytesAdpcm:
-      m_pState = m_State16;
-      break;
-    default:
-      m_pState = m_State128;
-      break;
-  }
+  m_pState = m_States.For(engine);
   if (m_nCoderType == 16) {
     m_nFrameSize = kImaFrameBytes;
     if (!ResetBuffer(kImaBufferBytes)) {

@@ -13,7 +13,7 @@ class CAENCHis : public CAENC {
   static constexpr uint32_t kImaBufferBytes = 1024;
 
   explicit CAENCHis(uint32_t nCoderType) : CAENC(nCoderType) {}
-  ~CAENCHis() override;
+  ~CAENCHis() override = default;
   int InitEncoder() override;
   int EncoderFrame(const uint8_t* in, uint32_t inLen, uint8_t* out, uint32_t* outLen) override;
 
@@ -22,9 +22,7 @@ class CAENCHis : public CAENC {
   bool EncodeUnit(const uint8_t* pcm, uint32_t samples, uint8_t* out, uint32_t* outLen);
   void Hold(const uint8_t* in, uint32_t len);
 
-  alignas(8) uint8_t m_State8[kStateBytesG711] = {};
-  alignas(8) uint8_t m_State128[kStateBytesG726] = {};
-  alignas(8) uint8_t m_State16[kStateBytesAdpcm] = {};
+  VoiceStates m_States;
   uint8_t* m_pState = nullptr;
   int16_t m_Pcm[kVoiceMaxSamples] = {};  // the input, aligned for the engine
 };

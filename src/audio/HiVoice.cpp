@@ -267,4 +267,21 @@ void HI_VOICE_Release(void* state) {
   head->engineType = 0;
 }
 
+VoiceStates::~VoiceStates() {
+  HI_VOICE_Release(g711);
+  HI_VOICE_Release(adpcm);
+  HI_VOICE_Release(g726);
+}
+
+uint8_t* VoiceStates::For(int32_t engineType) {
+  switch (VoiceStateBytes(engineType)) {
+    case kStateBytesG711:
+      return g711;
+    case kStateBytesAdpcm:
+      return adpcm;
+    default:
+      return g726;
+  }
+}
+
 }  // namespace zp

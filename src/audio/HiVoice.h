@@ -49,4 +49,18 @@ int32_t HI_VOICE_EncodeFrame(void* state, const int16_t* in, uint8_t* out, int32
 // Frees what a state holds and zeroes its head; harmless on a zeroed state.
 void HI_VOICE_Release(void* state);
 
+// The three state areas a voice codec object keeps, released together; For() gives the one an
+// engine type uses.
+struct VoiceStates {
+  VoiceStates() = default;
+  ~VoiceStates();
+  VoiceStates(const VoiceStates&) = delete;
+  VoiceStates& operator=(const VoiceStates&) = delete;
+  uint8_t* For(int32_t engineType);
+
+  alignas(8) uint8_t g711[kStateBytesG711] = {};
+  alignas(8) uint8_t g726[kStateBytesG726] = {};
+  alignas(8) uint8_t adpcm[kStateBytesAdpcm] = {};
+};
+
 }  // namespace zp
