@@ -572,6 +572,101 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetEndCallBack(ZEPHPLAY_PLAYHANDLE* 
                                                            ZEPHPLAY_EndCallBack callback);
 
 /* ---------------------------------------------------------------------------------------------
+ * Stream playback
+ *
+ * A play handle plays a live stream that the caller pushes in: raw bytes as they arrive
+ * (ZEPHPLAY_InputStreamData, cut into frames by the library) or whole frames
+ * (ZEPHPLAY_InputFrameData). ZEPHPLAY_OpenStream gives the handle its stream player; every other
+ * function here returns -1 for a NULL handle, a handle without a player, or a handle that plays
+ * a file. None of them logs. They may be called from any thread, also while the player plays;
+ * input usually comes from one network thread and control from another.
+ *
+ * The input functions return -3 ("try again later") when the player cannot take the data now
+ * (its queue is full even after growing): nothing of that call was kept, so push the same bytes
+ * again a little later; nothing is lost that way.
+ * ------------------------------------------------------------------------------------------- */
+
+/** Stream modes (ZEPHPLAY_SetStreamMode). */
+#define ZEPHPLAY_STREAM_DELAY 0u     /**< pictures held between the minimum and maximum delay */
+#define ZEPHPLAY_STREAM_CACHED 1u    /**< everything cached in a temporary file: seek and step */
+#define ZEPHPLAY_STREAM_IMMEDIATE 2u /**< every picture shown as soon as it is decoded (default) */
+
+/** The stream-attribute record a stream may carry as frame type 1 (at least 284 bytes). */
+#define ZEPHPLAY_STREAM_ATTR_SIZE 284u
+#define ZEPHPLAY_STREAM_ATTR_MAGIC 0x40000001u
+
+/**
+ * Gives the handle a stream player and starts its threads, in mode ZEPHPLAY_STREAM_IMMEDIATE.
+ * param and paramValue are not used (NULL and 0 will do). videoQueueBytes sizes the video frame
+ * queue (it grows when frames do not fit). unpaced nonzero turns on delay control in mode
+ * ZEPHPLAY_STREAM_DELAY also without hardware decoding. Returns 0, also when the player could
+ * not be set up; -1 for a NULL handle or a handle that already has a player.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenStream(ZEPHPLAY_PLAYHANDLE* handle, void* param, int32_t paramValue,
+                                                       uint32_t videoQueueBytes, uint32_t unpaced);
+
+/** Resizes the video queue to bytes; refused silently when fewer than the bytes held. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StreamSetPlayBuffer(ZEPHPLAY_PLAYHANDLE* handle, uint32_t bytes);
+
+/** Sets the stream mode (ZEPHPLAY_STREAM_*). Every change restores the default delay pair. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetStreamMode(ZEPHPLAY_PLAYHANDLE* handle, uint32_t mode);
+
+/** Hands the player a stream-attribute record; shorter than 284 bytes or a wrong magic is
+ *  ignored. attr may be NULL only with length 0. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetStreamAttr(ZEPHPLAY_PLAYHANDLE* handle, const uint8_t* attr,
+                                                          uint32_t length);
+
+/** Pushes stream bytes as they arrived, in pieces of any size. The bytes are copied before the
+ *  call returns. 0; -3 try again later (see above). */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputStreamData(ZEPHPLAY_PLAYHANDLE* handle, const uint8_t* data,
+                                                            uint32_t length);
+
+/** Pushes one whole frame of the given frame type with its stamp in microseconds; copied before
+ *  the call returns. 0; -1 unknown type; -3 try again later; -4 type 2 (refused). */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputFrameData(ZEPHPLAY_PLAYHANDLE* handle, const uint8_t* data,
+                                                           uint32_t length, uint32_t type, uint64_t stamp);
+
+/** Stops the player, removes its cache file and stops recording. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseStream(ZEPHPLAY_PLAYHANDLE* handle);
+
+/** *frames: cached frames not yet played (mode ZEPHPLAY_STREAM_CACHED). 0 when that is not 0,
+ *  else -1. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetVideoFrameNum(ZEPHPLAY_PLAYHANDLE* handle, uint32_t* frames);
+
+/** Forgets everything queued, decoded and cached, stops recording and waits for a key frame. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_ResetStream(ZEPHPLAY_PLAYHANDLE* handle);
+
+/** *bytes: the video queue's free bytes. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetSourceBufferRemain(ZEPHPLAY_PLAYHANDLE* handle, uint32_t* bytes);
+
+/** The delay pair of mode ZEPHPLAY_STREAM_DELAY in ms. 0; 1 when minMs < 100, maxMs > 60000 or
+ *  maxMs <= minMs. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDelayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t minMs, uint32_t maxMs);
+
+/** Mode ZEPHPLAY_STREAM_CACHED: pauses and shows the next (backward 0) or previous key frame of
+ *  the cache (allowNonKey: the next picture of any kind). 0; -1 when there is none. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayOneFrameData(ZEPHPLAY_PLAYHANDLE* handle, uint32_t backward,
+                                                             uint32_t allowNonKey);
+
+/** Mode ZEPHPLAY_STREAM_CACHED: shows the first key frame at or after stamp (µs). 0; -1 when
+ *  there is none. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SeekIFramStamp(ZEPHPLAY_PLAYHANDLE* handle, uint64_t stamp);
+
+/** Starts recording what arrives into path (UTF-8; GREC, or MP4 for a name ending ".mp4").
+ *  0 while a recording runs afterwards; 1 when it could not be started. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StartPlayRecord(ZEPHPLAY_PLAYHANDLE* handle, const char* path,
+                                                            uint32_t type);
+
+/** Stops and closes the recording. 0; 1 when none was running. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StopPlayRecord(ZEPHPLAY_PLAYHANDLE* handle);
+
+/** The running recording's length in bytes so far; -1 also when no recording runs. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetPlayRecordStatus(ZEPHPLAY_PLAYHANDLE* handle);
+
+/** *stamp: the stamp (µs) of the picture shown last, 0 before the first. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetPlayStamp(ZEPHPLAY_PLAYHANDLE* handle, uint64_t* stamp);
+
+/* ---------------------------------------------------------------------------------------------
  * Callbacks
  *
  * A player's callbacks (file or stream). Each setter stores the function with its user value;
