@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -18,9 +19,9 @@ double ClockSeconds(clockid_t clock) {
   return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
-// A "Name:   1234 kB" line of /proc/self/status.
-uint64_t StatusKiB(const char* name) {
-  std::ifstream status("/proc/self/status");
+// The number on a "Name:   1234 kB" line of a /proc status file.
+uint64_t StatusValue(const std::string& file, const char* name) {
+  std::ifstream status(file);
   std::string line;
   const size_t length = std::strlen(name);
   while (std::getline(status, line)) {
@@ -37,9 +38,18 @@ double ProcessCpuSeconds() { return ClockSeconds(CLOCK_PROCESS_CPUTIME_ID); }
 
 double WallSeconds() { return ClockSeconds(CLOCK_MONOTONIC); }
 
-uint64_t ResidentBytes() { return StatusKiB("VmRSS") * 1024; }
+uint64_t ResidentBytes() { return StatusValue("/proc/self/status", "VmRSS") * 1024; }
 
-uint64_t PeakResidentBytes() { return StatusKiB("VmHWM") * 1024; }
+uint64_t PeakResidentBytes() { return StatusValue("/proc/self/status", "VmHWM") * 1024; }
+
+uint64_t VoluntarySwitches() {
+  uint64_t total = 0;
+  std::error_code error;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", error)) {
+    total += StatusValue(task.path().string() + "/status", "voluntary_ctxt_switches");
+  }
+  return total;
+}
 
 void RestartResidentPeak() {
   malloc_trim(0);

@@ -11,6 +11,8 @@ double WallSeconds();
 // VmRSS and VmHWM of the process in bytes; 0 when /proc cannot be read.
 uint64_t ResidentBytes();
 uint64_t PeakResidentBytes();
+// Voluntary context switches of every thread of the process so far: how often its threads slept.
+uint64_t VoluntarySwitches();
 // Hands freed heap memory back to the system and restarts the peak (VmHWM) at the current
 // resident size, so that what follows shows as growth.
 void RestartResidentPeak();

@@ -1,5 +1,6 @@
 #include "Recordings.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -100,6 +101,17 @@ const std::string& Recording1080p(int repeat, int stampDivisor) {
   const std::string name = "zephplay-bench-1080p-" + std::to_string(repeat) + "-" + std::to_string(stampDivisor) + ".grec";
   path = Write(name, std::move(frames), repeat, kGopUs / static_cast<uint64_t>(stampDivisor));
   return path;
+}
+
+std::vector<uint64_t> Stamps1080p(int repeat, int stampDivisor) {
+  std::vector<uint64_t> stamps;
+  for (int pass = 0; pass < repeat; ++pass) {
+    for (const auto& f : Gop1080p()) {
+      stamps.push_back((f.stampUs + static_cast<uint64_t>(pass) * kGopUs) / static_cast<uint64_t>(stampDivisor));
+    }
+  }
+  std::sort(stamps.begin(), stamps.end());
+  return stamps;
 }
 
 int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat) {

@@ -29,6 +29,9 @@ constexpr uint64_t kGopUs = 2000000;
 // Written once per (repeat, divisor) and kept for the run.
 const std::string& Recording1080p(int repeat, int stampDivisor);
 
+// The stamps of that recording's pictures, ascending.
+std::vector<uint64_t> Stamps1080p(int repeat, int stampDivisor);
+
 // Opens libavcodec's H.264 decoder with its default settings (those the player gives it),
 // sends the group `repeat` times over, one packet after another, takes every picture ready,
 // flushes at the end and closes. Returns the pictures received.
