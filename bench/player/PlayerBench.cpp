@@ -216,7 +216,8 @@ void BM_Seek1080p(benchmark::State& state) {
       const int rc = ZEPHPLAY_SetPlayTime(probe.Handle(), target);
       const double t1 = WallSeconds();
       const auto shown = probe.Displayed();
-      // The picture shown is a key frame next to the target (the reader takes the one after it).
+      // The picture shown is a key frame within one group of the target (the reader's index search
+      // takes the first entry it meets within a second of it, on either side).
       const uint64_t targetUs = uint64_t{target} * 1000;
       const bool right = shown.size() > before && shown[before].stampUs % zp::bench::kGopUs == 0 &&
                          shown[before].stampUs + zp::bench::kGopUs > targetUs &&
