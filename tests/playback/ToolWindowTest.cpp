@@ -2,21 +2,13 @@
 // grabbed with xwd and ImageMagick and compared with libavcodec's decode of that picture.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "AvReference.h"
@@ -28,66 +20,33 @@ namespace {
 
 using zp::test::Picture;
 
-// A child process with its stdout on a pipe; killed and reaped at the end.
-class Child {
- public:
-  explicit Child(std::vector<std::string> args) {
-    int fds[2];
-    if (pipe(fds) != 0) {
-      return;
-    }
-    m_pid = fork();
-    if (m_pid == 0) {
-      dup2(fds[1], 1);
-      close(fds[0]);
-      std::vector<char*> argv;
-      for (std::string& a : args) {
-        argv.push_back(a.data());
-      }
-      argv.push_back(nullptr);
-      execvp(argv[0], argv.data());
-      _exit(127);
-    }
-    close(fds[1]);
-    m_out = fds[0];
-  }
-  ~Child() {
-    Stop(SIGKILL);
-    close(m_out);
-  }
-  // The next whole line of stdout, "" at the deadline or the end.
-  std::string ReadLine(int timeoutMs) {
-    std::string line;
-    pollfd p{m_out, POLLIN, 0};
-    char c = 0;
-    while (poll(&p, 1, timeoutMs) > 0 && read(m_out, &c, 1) == 1 && c != '\n') {
-      line += c;
-    }
-    return line;
-  }
-  // Signals it and waits up to 10 s; its exit status, or -1.
-  int Stop(int signal) {
-    if (m_pid <= 0) {
-      return -1;
-    }
-    kill(m_pid, signal);
-    int status = 0;
-    for (int i = 0; i < 1000 && waitpid(m_pid, &status, WNOHANG) == 0; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    if (waitpid(m_pid, &status, WNOHANG) == 0) {
-      kill(m_pid, SIGKILL);
-      waitpid(m_pid, &status, 0);
-      status = -1;
-    }
-    m_pid = -1;
-    return status;
-  }
+// Starts an Xvfb of its own (on the display number the server picks, so parallel tests never
+// clash), runs the tool there until it pauses at 1.5 s, grabs its window (named after the file)
+// and ends it with Ctrl-C. Prints the tool's output and its exit code.
+constexpr char kScript[] = R"(
+Xvfb -displayfd 1 -screen 0 800x600x24 -nolisten tcp > "$3.display" 2> /dev/null & X=$!
+trap 'kill $X $P 2> /dev/null' EXIT
+trap 'exit 1' TERM
+for i in $(seq 150); do [ -s "$3.display" ] && break; sleep 0.1; done
+export DISPLAY=:$(cat "$3.display") SDL_AUDIODRIVER=dummy
+"$1" play "$2" --mute --pause-at 1.5 > "$3.out" & P=$!
+for i in $(seq 300); do grep -q paused "$3.out" && break; sleep 0.1; done
+sleep 0.3  # the server draws what it was sent
+xwd -silent -name "$2" | convert xwd:- -depth 8 "rgb:$3"
+kill -INT $P; wait $P; echo "exit=$?"; cat "$3.out"
+)";
 
- private:
-  pid_t m_pid = -1;
-  int m_out = -1;
-};
+std::string Output(const std::string& command) {
+  std::string out;
+  if (FILE* p = popen(command.c_str(), "r")) {
+    char buf[256];
+    while (std::fgets(buf, sizeof buf, p) != nullptr) {
+      out += buf;
+    }
+    pclose(p);
+  }
+  return out;
+}
 
 std::vector<uint8_t> Rgb(const Picture& p) {
   std::vector<uint8_t> rgb;
@@ -125,20 +84,14 @@ TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
   const auto reference = zp::test::DecodeAllPictures("h264", video);
   ASSERT_EQ(reference.size(), video.size());
 
-  Child xvfb({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp"});
-  const std::string display = ":" + xvfb.ReadLine(15000);
-  ASSERT_NE(display, ":") << "Xvfb did not start";
-  setenv("DISPLAY", display.c_str(), 1);
-  setenv("SDL_AUDIODRIVER", "dummy", 1);
-  Child tool({ZEPHPLAY_PATH, "play", file, "--mute", "--pause-at", "1.5"});
-  const std::string paused = tool.ReadLine(30000);
-  unsigned ms = 0;
-  ASSERT_EQ(std::sscanf(paused.c_str(), "paused at %u ms", &ms), 1) << paused;
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));  // the server draws what it was sent
+  const std::string script = (dir.path() / "grab.sh").string();
   const std::string shot = (dir.path() / "shot.rgb").string();
-  const std::string grab = "xwd -silent -display " + display + " -name '" + file + "' | convert xwd:- -depth 8 rgb:" + shot;
-  ASSERT_EQ(std::system(grab.c_str()), 0);
-  EXPECT_EQ(tool.Stop(SIGINT), 0) << "the tool ends on Ctrl-C";
+  std::ofstream(script) << kScript;
+  const std::string out = Output("timeout 60 sh " + script + " " ZEPHPLAY_PATH " " + file + " " + shot);
+  const size_t at = out.find("paused at ");
+  unsigned ms = 0;
+  ASSERT_TRUE(at != std::string::npos && std::sscanf(out.c_str() + at, "paused at %u ms", &ms) == 1) << out;
+  EXPECT_NE(out.find("exit=0"), std::string::npos) << "the tool ends on Ctrl-C: " << out;
 
   std::ifstream in(shot, std::ios::binary);
   const std::vector<uint8_t> screen{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
@@ -149,7 +102,7 @@ TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
   ASSERT_LT(shown, reference.size()) << "no picture at " << ms << " ms";
   ASSERT_GE(shown, 10u);
   const double psnr = Psnr(Rgb(reference[shown]), screen);
-  EXPECT_GE(psnr, 30.0) << "picture " << shown << " (" << ms << " ms)";
+  EXPECT_GE(psnr, 40.0) << "picture " << shown << " (" << ms << " ms)";
   EXPECT_LT(Psnr(Rgb(reference[shown - 10]), screen), psnr - 3.0) << "another picture matches as well";
 }
 
