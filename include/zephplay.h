@@ -200,8 +200,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetFileBeginTime(ZEPHPLAY_WRITER* wr
 
 /**
  * Replaces the recording's head with the first 456 bytes of head (for instance one that
- * ZEPHPLAY_GetFileHead filled); the index offset in it stays the writer's. Returns 0; -1 for a
- * NULL writer or head, length below 456, or a write failure.
+ * ZEPHPLAY_GetFileHead filled); the index offset in it stays the writer's. The 32-bit value at
+ * byte 180 names the audio coder type that a file player decodes the recording's sound with
+ * (0, as ZEPHPLAY_GetFileHead leaves it: the configured DefaultAudioCoder). Returns 0; -1 for
+ * a NULL writer or head, length below 456, or a write failure.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetFileHead(ZEPHPLAY_WRITER* writer, const uint8_t* head,
                                                      uint32_t length);

@@ -113,6 +113,7 @@ int CFileH264::OpenFile(const char* path) {
   }
   FillFileInfo();
   m_FileInfo.nStreamKind = ReadU32(m_Head + grec::kOffStreamKind);
+  m_nAudioCodec = ReadU32(m_Head + grec::kOffAudioCodec);
   StartReading(DataStart());
   return 0;
 }

@@ -66,6 +66,9 @@ class CRecFile {
   // Copies the file's time span (valid after a successful OpenFile).
   void GetFileInfo(FileInfo* info);
   void GetFilePts(uint64_t* begin, uint64_t* end);
+  // The audio coder type the recording names (the player's audio decoder), 0 when it names
+  // none and the configured default applies.
+  uint32_t AudioCodec() const { return m_nAudioCodec; }
 
   // Opens `path` with the reader its name calls for (".mpg", any case: CFileTembro; anything
   // else: CFileH264). Null when the open fails; the caller owns the reader.
@@ -79,6 +82,7 @@ class CRecFile {
   CMutexLock m_FileLock;
   char m_szFileName[260] = {};
   FileInfo m_FileInfo;
+  uint32_t m_nAudioCodec = 0;
 
  private:
   CMutexLock m_PoolLock;

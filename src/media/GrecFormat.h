@@ -8,7 +8,9 @@
 // Head fields: 0 u32 magic 0x12345678 | 4 u32 format 8 | 37..42 start year-2000, month, day,
 // hour, minute, second | 43..48 end time, same layout | 49,50,51,53,56 u8 1 | 54 u16 1 |
 // 60 u32 1 | 64 u32 1 | 68 u32 index trailer offset (0 until closed; also the end of the frame
-// data) | 72 u32 first frame, counted from 512 | 180 u32 stream kind (0 in our heads).
+// data) | 72 u32 first frame, counted from 512 | 180 u32 stream kind, which is the audio coder
+// type of the recording (0 in our heads: the configured default; a recorder that knows its
+// codec hands a head with it to SetFileHead).
 // Index entry: 0 u32 time of day in seconds (0 for non-video) | 4 u32 header offset |
 // 8 u64 stamp | 16 u32 kind.
 #include <cstdint>
@@ -36,6 +38,7 @@ inline constexpr uint32_t kOffEndTime = 43;
 inline constexpr uint32_t kOffIndex = 68;
 inline constexpr uint32_t kOffFirstFrame = 72;
 inline constexpr uint32_t kOffStreamKind = 180;
+inline constexpr uint32_t kOffAudioCodec = kOffStreamKind;
 
 struct IndexEntry {
   uint32_t nTimeOfDay = 0;

@@ -655,8 +655,9 @@ void CBasePlayer::PushWhenRoom(const PictureInfo& picture, uint64_t u64Stamp, ui
   m_playWake.Notify();
 }
 
-// The pictures a decoder holds back for reordering come out only when its input ends. They are
-// stamped on from the last input at the input's own spacing.
+// The pictures a decoder holds back for reordering come out only when its input ends, with the
+// stamps their units brought; one without (none came in) is stamped on from the last input at
+// the input's own spacing.
 bool CBasePlayer::DrainAtEnd() {
   const uint32_t seq = m_nInputSeq;
   if (m_nEndOfInput == 0 || m_nDrainedSeq == seq) {
@@ -677,7 +678,7 @@ bool CBasePlayer::DrainAtEnd() {
         break;
       }
     }
-    PushWhenRoom(picture, stamp, generation);
+    PushWhenRoom(picture, picture.u64Stamp, generation);
     if (m_DecodeThread.WaitStop(0)) {
       return true;
     }

@@ -103,8 +103,9 @@ int CPlayerFile::OpenFile(const char* pPath, uint32_t nDrawMode) {
   m_VideoFrames.Init(kVideoQueueFrames, kVideoQueueBytes);
   m_AudioFrames.Init(kAudioQueueFrames, kAudioQueueBytes);
   CreateVDecoder(ProbeDecoderType(), 0, nullptr, nullptr, kFileDecoderOption);
-  // Recordings carry no audio codec: 0 takes the configured default.
-  CreateADecoder(0, 0, 0, 0);
+  // A recording whose head names no audio codec (vendor files, library-made heads) gives 0,
+  // which takes the configured default.
+  CreateADecoder(m_pRecFile->AudioCodec(), 0, 0, 0);
   return 0;
 }
 

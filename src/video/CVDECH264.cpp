@@ -262,12 +262,14 @@ void CVDECH264::DeliverSoftwarePicture(uint64_t u64Stamp) {
   picture.pV = frame->data[2];
   picture.nYStride = static_cast<uint32_t>(frame->linesize[0]);
   picture.nUVStride = static_cast<uint32_t>(frame->linesize[1]);
-  picture.u64Stamp = u64Stamp;
+  // A reordering stream puts a picture out after later units went in: it keeps the stamp that
+  // its own unit brought (libavcodec carries it along), so stamps rise in display order.
+  picture.u64Stamp = frame->pts != AV_NOPTS_VALUE ? static_cast<uint64_t>(frame->pts) : u64Stamp;
   const int32_t strides[3] = {frame->linesize[0], frame->linesize[1], frame->linesize[2]};
   if (m_pYuvDump != nullptr) {
     DumpPicture();
   }
-  DeliverPicture(kPictureAvFrame, frame, picture, strides, u64Stamp);
+  DeliverPicture(kPictureAvFrame, frame, picture, strides, picture.u64Stamp);
 }
 
 void CVDECH264::InitDxva(int nMode, int nWidth, int nHeight) {

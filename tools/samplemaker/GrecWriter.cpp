@@ -1,10 +1,12 @@
 #include "GrecWriter.h"
 
+#include <ctime>
 #include <fstream>
 #include <iterator>
 #include <memory>
 
 #include "media/CRecWriterGrec.h"
+#include "media/GrecFormat.h"
 
 namespace zp::samples {
 
@@ -37,6 +39,16 @@ bool MakeUnfinished(const std::string& path, uint32_t cutTail, uint64_t* size) {
   return WriteFileBytes(path, bytes);
 }
 
+std::vector<uint8_t> HeadNaming(uint32_t audioCoder) {
+  std::vector<uint8_t> head(grec::kHeadLength, 0);
+  const std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  grec::FillHead(head.data(), local);
+  WriteU32(head.data() + grec::kOffAudioCodec, audioCoder);
+  return head;
+}
+
 }  // namespace
 
 GrecResult WriteGrecFile(const std::string& path, const std::vector<TaggedFrame>& frames, const GrecOptions& options) {
@@ -47,8 +59,9 @@ GrecResult WriteGrecFile(const std::string& path, const std::vector<TaggedFrame>
   if (opened != 0) {
     return result;
   }
-  if (!options.head.empty() &&
-      writer->SetFileHead(options.head.data(), static_cast<uint32_t>(options.head.size())) != 0) {
+  const std::vector<uint8_t> head =
+      options.head.empty() && !options.append && options.audioCoder != 0 ? HeadNaming(options.audioCoder) : options.head;
+  if (!head.empty() && writer->SetFileHead(head.data(), static_cast<uint32_t>(head.size())) != 0) {
     return result;
   }
   result.payloadOffsets.reserve(frames.size() * options.repeat);

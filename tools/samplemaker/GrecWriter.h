@@ -14,6 +14,9 @@ struct GrecOptions {
   bool append = false;
   // Non-empty: an application head (at least 456 bytes) handed to SetFileHead after opening.
   std::vector<uint8_t> head;
+  // Non-zero (and no `head`, no `append`): a head as the library makes it, naming this audio
+  // coder type at byte 180, as a recorder that knows its codec writes it.
+  uint32_t audioCoder = 0;
   // The frames are written `repeat` times over, the k-th pass with its stamps moved on by k x
   // `repeatPeriodUs`, without copying them: long recordings from one short encoding.
   uint32_t repeat = 1;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <numbers>
 #include <string>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -396,6 +397,35 @@ void MakeSound(int startSample, int samples, int sampleRate, int channels, std::
 
 int SamplesPerEncodedFrame(const AudioParams& params) {
   return params.codec == AudioCodec::AacAdts ? 1024 : params.samplesPerFrame;
+}
+
+uint32_t CoderTypeOf(const AudioParams& params) {
+  static constexpr std::pair<int, uint32_t> kAacTypes[] = {{8000, 12},  {16000, 13}, {24000, 15}, {32000, 22},
+                                                          {40000, 23}, {44100, 24}, {48000, 25}};
+  if (params.codec == AudioCodec::AacAdts) {
+    for (const auto& [rate, type] : kAacTypes) {
+      if (rate == params.sampleRate) {
+        return type;
+      }
+    }
+    return 0;
+  }
+  if (params.channels != 1) {
+    return 0;
+  }
+  if (params.codec == AudioCodec::Pcm16) {
+    return params.sampleRate == 8000 ? 20 : (params.sampleRate == 16000 ? 21 : 0);
+  }
+  if (params.sampleRate != 8000) {
+    return 0;
+  }
+  switch (params.codec) {
+    case AudioCodec::G711A: return 17;
+    case AudioCodec::G711U: return 18;
+    case AudioCodec::HisiG711A: return 10;
+    case AudioCodec::HisiG711U: return 11;
+    default: return 0;
+  }
 }
 
 std::vector<EncodedFrame> EncodeAudio(const AudioParams& params) {

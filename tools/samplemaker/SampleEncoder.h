@@ -59,4 +59,9 @@ std::vector<EncodedFrame> EncodeAudio(const AudioParams& params);
 // Samples per channel that one encoded frame of `params` holds.
 int SamplesPerEncodedFrame(const AudioParams& params);
 
+// The library's audio coder type that decodes this sound (what a recording head names), or 0
+// when no coder type takes it (G.711 or the voice engine at other rates than 8000 Hz, stereo
+// PCM, AAC at a rate without a coder type).
+uint32_t CoderTypeOf(const AudioParams& params);
+
 }  // namespace zp::samples

@@ -65,6 +65,9 @@ const char kUsage[] =
     "  --unfinished             leave the file as if the writer had died before closing: no\n"
     "                           index trailer, index offset 0 in the head\n"
     "  --cut-tail N             with --unfinished, also cut N bytes off the end\n"
+    "  A new recording with audio names its audio coder type at head byte 180 (g711a 17,\n"
+    "  g711u 18, pcm 20/21, aac 12..25 by rate, hisi-g711a 10, hisi-g711u 11), so that the\n"
+    "  file player decodes it with the right codec.\n"
     "\n"
     "  -h, --help               show this text\n"
     "\n"
@@ -273,6 +276,7 @@ bool WriteOutput(const Options& o, const std::vector<EncodedFrame>& video, const
       g.append = o.append;
       g.unfinished = o.unfinished;
       g.cutTail = o.cutTail;
+      g.audioCoder = audio.empty() ? 0 : CoderTypeOf(o.ap);
       const GrecResult r = WriteGrecFile(o.output, frames, g);
       *size = r.fileSize;
       return r.ok;

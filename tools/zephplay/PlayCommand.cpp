@@ -38,6 +38,7 @@ struct Options {
   int32_t rate = 0;
   double start = 0;
   double until = -1;
+  double pauseAt = -1;
   std::vector<Snapshot> snapshots;
 };
 
@@ -68,7 +69,7 @@ void OnEnd(uint32_t endKind, uint64_t user) {
 int Usage() {
   std::fprintf(stderr,
                "usage: zephplay play FILE [--headless] [--mute] [--rate N] [--start SECONDS]\n"
-               "                          [--until SECONDS] [--snapshot SECONDS:PATH]...\n"
+               "                          [--until SECONDS] [--pause-at SECONDS] [--snapshot SECONDS:PATH]...\n"
                "keys: space pause, . step, , ; previous/next key frame, [ ] rate, left/right 10 s,\n"
                "      s snapshot, q quit\n");
   return 2;
@@ -108,8 +109,9 @@ bool ParseOptions(int argc, char** argv, Options* o) {
       }
       o->rate = static_cast<int32_t>(rate);
       ++i;
-    } else if ((arg == "--start" || arg == "--until") && value != nullptr && ParseNumber(value, &number)) {
-      (arg == "--start" ? o->start : o->until) = number;
+    } else if ((arg == "--start" || arg == "--until" || arg == "--pause-at") && value != nullptr &&
+               ParseNumber(value, &number)) {
+      (arg == "--start" ? o->start : (arg == "--until" ? o->until : o->pauseAt)) = number;
       ++i;
     } else if (arg == "--snapshot" && value != nullptr) {
       Snapshot s;
@@ -212,6 +214,7 @@ class Session {
       m_lastProgressMs = nowMs;
     }
     TakeSnapshots();
+    PauseAtMark();
     PrintProgress(false);
     if (m_counters.ended.load()) {
       m_end = "end of file";
@@ -321,6 +324,20 @@ class Session {
     }
   }
 
+  // Pauses once the picture on screen has reached --pause-at and says which picture stays
+  // shown: the position is read after the pause, when no further picture can come.
+  void PauseAtMark() {
+    if (m_o.pauseAt < 0 || m_pausedAtMark || m_counters.shown.load() == 0 || Position() < m_o.pauseAt * 1000) {
+      return;
+    }
+    m_pausedAtMark = true;
+    m_paused = true;
+    ZEPHPLAY_Pause(m_handle, 1);
+    ClearProgress();
+    std::printf("paused at %u ms\n", Position());
+    std::fflush(stdout);
+  }
+
   void ClearProgress() {
     if (m_progressShown) {
       std::fprintf(stderr, "\r\033[K");
@@ -350,6 +367,7 @@ class Session {
   Counters m_counters;
   int32_t m_rate;
   bool m_paused = false;
+  bool m_pausedAtMark = false;
   bool m_failed = false;
   bool m_progressShown = false;
   uint32_t m_durationMs = 0;

@@ -1,0 +1,109 @@
+// `zephplay play` in its own window on an Xvfb display: paused at a known picture, the window is
+// grabbed with xwd and ImageMagick and compared with libavcodec's decode of that picture.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "AvReference.h"
+#include "GrecWriter.h"
+#include "SampleEncoder.h"
+#include "common/TempDir.h"
+
+namespace {
+
+using zp::test::Picture;
+
+// Starts an Xvfb of its own (on the display number the server picks, so parallel tests never
+// clash), runs the tool there until it pauses at 1.5 s, grabs its window (named after the file)
+// and ends it with Ctrl-C. Prints the tool's output and its exit code.
+constexpr char kScript[] = R"(
+Xvfb -displayfd 1 -screen 0 800x600x24 -nolisten tcp > "$3.display" 2> /dev/null & X=$!
+trap 'kill $X $P 2> /dev/null' EXIT
+trap 'exit 1' TERM
+for i in $(seq 150); do [ -s "$3.display" ] && break; sleep 0.1; done
+export DISPLAY=:$(cat "$3.display") SDL_AUDIODRIVER=dummy
+"$1" play "$2" --mute --pause-at 1.5 > "$3.out" & P=$!
+for i in $(seq 300); do grep -q paused "$3.out" && break; sleep 0.1; done
+sleep 0.3  # the server draws what it was sent
+xwd -silent -name "$2" | convert xwd:- -depth 8 "rgb:$3"
+kill -INT $P; wait $P; echo "exit=$?"; cat "$3.out"
+)";
+
+std::string Output(const std::string& command) {
+  std::string out;
+  if (FILE* p = popen(command.c_str(), "r")) {
+    char buf[256];
+    while (std::fgets(buf, sizeof buf, p) != nullptr) {
+      out += buf;
+    }
+    pclose(p);
+  }
+  return out;
+}
+
+std::vector<uint8_t> Rgb(const Picture& p) {
+  std::vector<uint8_t> rgb;
+  for (int r = 0; r < p.height; ++r) {
+    for (int c = 0; c < p.width; ++c) {
+      const double y = 1.164383 * (p.y[r * p.width + c] - 16);
+      const double u = p.u[(r / 2) * (p.width / 2) + c / 2] - 128.0;
+      const double v = p.v[(r / 2) * (p.width / 2) + c / 2] - 128.0;
+      for (const double x : {y + 1.596027 * v, y - 0.391762 * u - 0.812968 * v, y + 2.017232 * u}) {
+        rgb.push_back(static_cast<uint8_t>(std::lround(std::min(255.0, std::max(0.0, x)))));
+      }
+    }
+  }
+  return rgb;
+}
+
+double Psnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
+  double sum = 0;
+  for (size_t i = 0; i < a.size() && a.size() == b.size(); ++i) {
+    sum += (a[i] - b[i]) * (a[i] - b[i]);
+  }
+  return a.size() != b.size() ? 0.0 : 10.0 * std::log10(255.0 * 255.0 * static_cast<double>(a.size()) / (sum + 1));
+}
+
+TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
+  if (std::system("command -v Xvfb > /dev/null 2>&1") != 0) {
+    GTEST_SKIP() << "no Xvfb";
+  }
+  TempDir dir;
+  zp::samples::VideoParams params;
+  params.frames = 75;
+  const auto video = zp::samples::EncodeVideo(params);
+  const std::string file = (dir.path() / "window.grec").string();
+  ASSERT_TRUE(zp::samples::WriteGrecFile(file, zp::samples::MergeFrames(video, {}, zp::samples::kFileAudioTag), {}).ok);
+  const auto reference = zp::test::DecodeAllPictures("h264", video);
+  ASSERT_EQ(reference.size(), video.size());
+
+  const std::string script = (dir.path() / "grab.sh").string();
+  const std::string shot = (dir.path() / "shot.rgb").string();
+  std::ofstream(script) << kScript;
+  const std::string out = Output("timeout 60 sh " + script + " " ZEPHPLAY_PATH " " + file + " " + shot);
+  const size_t at = out.find("paused at ");
+  unsigned ms = 0;
+  ASSERT_TRUE(at != std::string::npos && std::sscanf(out.c_str() + at, "paused at %u ms", &ms) == 1) << out;
+  EXPECT_NE(out.find("exit=0"), std::string::npos) << "the tool ends on Ctrl-C: " << out;
+
+  std::ifstream in(shot, std::ios::binary);
+  const std::vector<uint8_t> screen{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  size_t shown = 0;
+  while (shown < reference.size() && reference[shown].pts != static_cast<int64_t>(ms) * 1000) {
+    ++shown;
+  }
+  ASSERT_LT(shown, reference.size()) << "no picture at " << ms << " ms";
+  ASSERT_GE(shown, 10u);
+  const double psnr = Psnr(Rgb(reference[shown]), screen);
+  EXPECT_GE(psnr, 40.0) << "picture " << shown << " (" << ms << " ms)";
+  EXPECT_LT(Psnr(Rgb(reference[shown - 10]), screen), psnr - 3.0) << "another picture matches as well";
+}
+
+}  // namespace
