@@ -46,10 +46,7 @@ TEST(CadecFactory, EveryCoderTypeDescribesItsOutputConsistently) {
 }
 
 std::vector<int16_t> AvDecodeG711(const char* name, const uint8_t* data, size_t size) {
-  AvDecoder av(name);
-  std::vector<int16_t> pcm;
-  av.Decode(data, size, &pcm);
-  return pcm;
+  return AvDecodeAll(name, std::vector<std::vector<uint8_t>>{{data, data + size}});
 }
 
 TEST(CadecG711, DecodesAsLibavcodecInWhole10msPiecesOnly) {
@@ -85,8 +82,7 @@ TEST(CadecHis, CoderTypesReachTheirEngineCodec) {
   // coder type -> engine type, and the samples of one unit (IMA's header sample makes 161).
   const std::pair<uint32_t, int32_t> map[] = {{0, 7},  {1, 7},  {2, 3},  {3, 39},  {4, 38},  {5, 37}, {6, 36},
                                               {7, 6},  {8, 5},  {9, 4},  {10, 1},  {11, 2},  {16, 35}};
-  std::vector<int16_t> input;
-  samples::MakeSound(0, 160 * 4, 8000, 1, &input);
+  const std::vector<int16_t> input = Sound8k(160 * 4);
   for (const auto& [coder, engine] : map) {
     SCOPED_TRACE(coder);
     VoiceCodec encoder(engine, true);

@@ -8,6 +8,7 @@
 
 #include "AvReference.h"
 #include "CadecSupport.h"
+#include "VoiceTestSupport.h"
 #include "SampleEncoder.h"
 #include "audio/AmrCodec.h"
 #include "audio/CADECFaad.h"
@@ -20,27 +21,6 @@ using samples::EncodedFrame;
 
 std::vector<EncodedFrame> MakeAac(int rate, int channels, int frames) {
   return samples::EncodeAudio({AudioCodec::AacAdts, rate, channels, frames});
-}
-
-std::vector<int16_t> DecodeAllWithAv(const char* name, const std::vector<std::vector<uint8_t>>& units,
-                                     const AvOptions& options) {
-  AvDecoder av(name, options);
-  std::vector<int16_t> pcm;
-  EXPECT_TRUE(av.ok()) << name;
-  for (const auto& unit : units) {
-    if (av.ok()) {
-      av.Decode(unit.data(), unit.size(), &pcm);
-    }
-  }
-  return pcm;
-}
-
-std::vector<std::vector<uint8_t>> Payloads(const std::vector<EncodedFrame>& frames) {
-  std::vector<std::vector<uint8_t>> units;
-  for (const EncodedFrame& f : frames) {
-    units.push_back(f.data);
-  }
-  return units;
 }
 
 // Every other sample of interleaved stereo, starting at `channel`.
@@ -95,7 +75,7 @@ TEST(CadecAac, HeaderReinitialisesOnceAndTheSoundMatchesLibavcodecAbove50dB) {
         << "only the first payload is examined";
 
     const std::vector<int16_t> ours = DecodeAacFrames(decoder.get(), frames, 2048);
-    const auto reference = DecodeAllWithAv("aac", Payloads(frames), {c.rate, c.channels});
+    const auto reference = AvDecodeAll("aac", frames, {c.rate, c.channels});
     ASSERT_EQ(reference.size(), (ours.size() / 2 + 1024) * c.channels);
     for (int channel = 0; channel < 2; ++channel) {
       const auto theirs = c.channels == 1 ? reference : Channel(reference, channel);
@@ -129,17 +109,10 @@ TEST(CadecAac, FirstDataThatIsNoHeaderIsNotLookedAtAgain) {
   EXPECT_EQ(other->GetWaveFormat().nSamplesPerSec, 48000u);
 }
 
-// Two tones with a swelling loudness, at 8 kHz.
-std::vector<int16_t> Voice(int samples) {
-  std::vector<int16_t> pcm;
-  samples::MakeSound(0, samples, 8000, 1, &pcm);
-  return pcm;
-}
-
 // The codec itself is judged by libavcodec through the AMR_ exports; here the decoder around it
 // plays a whole frame as the codec decodes it, and one it cannot take as silence.
 TEST(CadecAmr, PlaysFramesAsTheCodecAndBadOnesAsSilence) {
-  const std::vector<int16_t> input = Voice(160 * 4);
+  const std::vector<int16_t> input = Sound8k(160 * 4);
   void* encoder = nullptr;
   void* reference = nullptr;
   ASSERT_EQ(amr::EncodeInit(&encoder, 0), 0);
@@ -165,7 +138,7 @@ TEST(CadecAmr, PlaysFramesAsTheCodecAndBadOnesAsSilence) {
 }
 
 TEST(CadecNelly, MatchesLibavcodecSampleForSample) {
-  const std::vector<int16_t> input = Voice(256 * 60);
+  const std::vector<int16_t> input = Sound8k(256 * 60);
   const auto units = AvEncode("nellymoser", input, 8000, 1, 0);
   ASSERT_GE(units.size(), 50u);
   DecoderPtr decoder = MakeDecoder(19);
@@ -177,7 +150,7 @@ TEST(CadecNelly, MatchesLibavcodecSampleForSample) {
     ASSERT_EQ(pcm.size(), 256u);
     ours.insert(ours.end(), pcm.begin(), pcm.end());
   }
-  const auto reference = DecodeAllWithAv("nellymoser", units, {8000, 1});
+  const auto reference = AvDecodeAll("nellymoser", units);
   EXPECT_EQ(reference, ours);
   // Equal and also not silent: the sound went through.
   int peak = 0;
