@@ -8,8 +8,8 @@
 
 #include "AvReference.h"
 #include "CadecSupport.h"
-#include "VoiceTestSupport.h"
 #include "SampleEncoder.h"
+#include "VoiceTestSupport.h"
 #include "audio/AmrCodec.h"
 #include "audio/CADECFaad.h"
 
