@@ -82,7 +82,8 @@ TEST(CadecHis, CoderTypesReachTheirEngineCodec) {
   // coder type -> engine type, and the samples of one unit (IMA's header sample makes 161).
   const std::pair<uint32_t, int32_t> map[] = {{0, 7},  {1, 7},  {2, 3},  {3, 39},  {4, 38},  {5, 37}, {6, 36},
                                               {7, 6},  {8, 5},  {9, 4},  {10, 1},  {11, 2},  {16, 35}};
-  const std::vector<int16_t> input = Sound8k(160 * 4);
+  std::vector<int16_t> input;
+  samples::MakeSound(0, 160 * 4, 8000, 1, &input);
   for (const auto& [coder, engine] : map) {
     SCOPED_TRACE(coder);
     VoiceCodec encoder(engine, true);

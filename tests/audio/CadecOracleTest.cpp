@@ -9,7 +9,6 @@
 #include "AvReference.h"
 #include "CadecSupport.h"
 #include "SampleEncoder.h"
-#include "VoiceTestSupport.h"
 #include "audio/AmrCodec.h"
 #include "audio/CADECFaad.h"
 
@@ -109,10 +108,17 @@ TEST(CadecAac, FirstDataThatIsNoHeaderIsNotLookedAtAgain) {
   EXPECT_EQ(other->GetWaveFormat().nSamplesPerSec, 48000u);
 }
 
+// Two tones with a swelling loudness, at 8 kHz.
+std::vector<int16_t> Voice(int samples) {
+  std::vector<int16_t> pcm;
+  samples::MakeSound(0, samples, 8000, 1, &pcm);
+  return pcm;
+}
+
 // The codec itself is judged by libavcodec through the AMR_ exports; here the decoder around it
 // plays a whole frame as the codec decodes it, and one it cannot take as silence.
 TEST(CadecAmr, PlaysFramesAsTheCodecAndBadOnesAsSilence) {
-  const std::vector<int16_t> input = Sound8k(160 * 4);
+  const std::vector<int16_t> input = Voice(160 * 4);
   void* encoder = nullptr;
   void* reference = nullptr;
   ASSERT_EQ(amr::EncodeInit(&encoder, 0), 0);
@@ -138,7 +144,7 @@ TEST(CadecAmr, PlaysFramesAsTheCodecAndBadOnesAsSilence) {
 }
 
 TEST(CadecNelly, MatchesLibavcodecSampleForSample) {
-  const std::vector<int16_t> input = Sound8k(256 * 60);
+  const std::vector<int16_t> input = Voice(256 * 60);
   const auto units = AvEncode("nellymoser", input, 8000, 1, 0);
   ASSERT_GE(units.size(), 50u);
   DecoderPtr decoder = MakeDecoder(19);

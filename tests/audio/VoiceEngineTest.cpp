@@ -8,6 +8,7 @@
 
 #include "AvReference.h"
 #include "DiskAudio.h"
+#include "SampleEncoder.h"
 #include "VoiceTestSupport.h"
 #include "audio/G711.h"
 #include "audio/HiVoice.h"
@@ -16,6 +17,12 @@ namespace zp::test {
 namespace {
 
 const std::string kItu = ZEPHPLAY_ITU_VECTORS;
+
+std::vector<int16_t> Sound(int samples, int start = 0) {
+  std::vector<int16_t> pcm;
+  samples::MakeSound(start, samples, 8000, 1, &pcm);
+  return pcm;
+}
 
 // The vectors keep one code in the low byte of each word.
 std::vector<uint8_t> LowBytes(const std::vector<int16_t>& words) { return {words.begin(), words.end()}; }
@@ -61,7 +68,7 @@ TEST(VoiceEngine, UnitsDecodeAsLibavcodecWithStateAcrossUnits) {
       {kVoiceG726Asf16, "g726", 2},  {kVoiceG726Asf24, "g726", 3},   {kVoiceG726Asf32, "g726", 4},
       {kVoiceG726Asf40, "g726", 5},
   };
-  const std::vector<int16_t> pcm = Sound8k(160 * 20);
+  const std::vector<int16_t> pcm = Sound(160 * 20);
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.type);
     VoiceCodec encoder(c.type, true);
@@ -190,7 +197,7 @@ TEST(VoiceEngine, AdpcmAgreesWithOutsideDecodersAndKeepsStateAcrossUnits) {
   for (const int32_t type : {kVoiceDvi4, kVoiceIma}) {
     SCOPED_TRACE(type);
     const bool dvi = type == kVoiceDvi4;
-    const std::vector<int16_t> pcm = Sound8k(160 * 10, dvi ? 0 : 4000);
+    const std::vector<int16_t> pcm = Sound(160 * 10, dvi ? 0 : 4000);
     VoiceCodec encoder(type, true);
     VoiceCodec decoder(type, false);
     ASSERT_TRUE(encoder.ok() && decoder.ok());

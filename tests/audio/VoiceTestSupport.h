@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "SampleEncoder.h"
 #include "audio/HiVoice.h"
 
 namespace zp::test {
@@ -43,13 +42,6 @@ class VoiceCodec {
   alignas(8) uint8_t state_[kStateBytesG726] = {};
   bool ok_ = false;
 };
-
-// The sample maker's test sound (two tones, one swelling) at 8 kHz, mono.
-inline std::vector<int16_t> Sound8k(int samples, int start = 0) {
-  std::vector<int16_t> pcm;
-  samples::MakeSound(start, samples, 8000, 1, &pcm);
-  return pcm;
-}
 
 // A unit from a payload: "00 01 LL 00" + payload (even length).
 inline std::vector<uint8_t> MakeUnit(const std::vector<uint8_t>& payload) {

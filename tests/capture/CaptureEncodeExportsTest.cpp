@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "CaptureTestSupport.h"
+#include "Delivered.h"
 #include "zephplay.h"
 
 namespace {

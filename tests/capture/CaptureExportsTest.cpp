@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CaptureTestSupport.h"
+#include "Delivered.h"
 #include "zephplay.h"
 
 namespace {
