@@ -46,10 +46,7 @@ TEST(CadecFactory, EveryCoderTypeDescribesItsOutputConsistently) {
 }
 
 std::vector<int16_t> AvDecodeG711(const char* name, const uint8_t* data, size_t size) {
-  AvDecoder av(name);
-  std::vector<int16_t> pcm;
-  av.Decode(data, size, &pcm);
-  return pcm;
+  return AvDecodeAll(name, std::vector<std::vector<uint8_t>>{{data, data + size}});
 }
 
 TEST(CadecG711, DecodesAsLibavcodecInWhole10msPiecesOnly) {

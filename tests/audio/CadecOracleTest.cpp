@@ -22,27 +22,6 @@ std::vector<EncodedFrame> MakeAac(int rate, int channels, int frames) {
   return samples::EncodeAudio({AudioCodec::AacAdts, rate, channels, frames});
 }
 
-std::vector<int16_t> DecodeAllWithAv(const char* name, const std::vector<std::vector<uint8_t>>& units,
-                                     const AvOptions& options) {
-  AvDecoder av(name, options);
-  std::vector<int16_t> pcm;
-  EXPECT_TRUE(av.ok()) << name;
-  for (const auto& unit : units) {
-    if (av.ok()) {
-      av.Decode(unit.data(), unit.size(), &pcm);
-    }
-  }
-  return pcm;
-}
-
-std::vector<std::vector<uint8_t>> Payloads(const std::vector<EncodedFrame>& frames) {
-  std::vector<std::vector<uint8_t>> units;
-  for (const EncodedFrame& f : frames) {
-    units.push_back(f.data);
-  }
-  return units;
-}
-
 // Every other sample of interleaved stereo, starting at `channel`.
 std::vector<int16_t> Channel(const std::vector<int16_t>& stereo, int channel) {
   std::vector<int16_t> one;
@@ -95,7 +74,7 @@ TEST(CadecAac, HeaderReinitialisesOnceAndTheSoundMatchesLibavcodecAbove50dB) {
         << "only the first payload is examined";
 
     const std::vector<int16_t> ours = DecodeAacFrames(decoder.get(), frames, 2048);
-    const auto reference = DecodeAllWithAv("aac", Payloads(frames), {c.rate, c.channels});
+    const auto reference = AvDecodeAll("aac", frames, {c.rate, c.channels});
     ASSERT_EQ(reference.size(), (ours.size() / 2 + 1024) * c.channels);
     for (int channel = 0; channel < 2; ++channel) {
       const auto theirs = c.channels == 1 ? reference : Channel(reference, channel);
@@ -177,7 +156,7 @@ TEST(CadecNelly, MatchesLibavcodecSampleForSample) {
     ASSERT_EQ(pcm.size(), 256u);
     ours.insert(ours.end(), pcm.begin(), pcm.end());
   }
-  const auto reference = DecodeAllWithAv("nellymoser", units, {8000, 1});
+  const auto reference = AvDecodeAll("nellymoser", units);
   EXPECT_EQ(reference, ours);
   // Equal and also not silent: the sound went through.
   int peak = 0;

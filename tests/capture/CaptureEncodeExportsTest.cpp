@@ -2,60 +2,23 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "CaptureTestSupport.h"
+#include "Delivered.h"
 #include "zephplay.h"
 
 namespace {
 
 using zp::test::DiskMicrophone;
 
-struct Frames {
-  std::mutex lock;
-  std::vector<std::vector<uint8_t>> frames;
-  std::atomic<ZEPHPLAY_ACE*> self{nullptr};
-  std::atomic<int32_t> closeResult{1};
-
-  static void ZEPHPLAY_CALL Take(const uint8_t* data, uint32_t len, uint64_t user) {
-    auto* f = reinterpret_cast<Frames*>(user);
-    std::lock_guard<std::mutex> hold(f->lock);
-    f->frames.emplace_back(data, data + len);
-  }
-  static void ZEPHPLAY_CALL CloseInside(const uint8_t*, uint32_t, uint64_t user) {
-    auto* f = reinterpret_cast<Frames*>(user);
-    if (ZEPHPLAY_ACE* self = f->self.load()) {
-      f->closeResult = ZEPHPLAY_ACEClose(self);
-    }
-  }
-  size_t Count() {
-    std::lock_guard<std::mutex> hold(lock);
-    return frames.size();
-  }
-  bool Wait(size_t count) {
-    return zp::test::WaitUntil([&] { return Count() >= count; });
-  }
-  // The payloads (after each 12-byte head) one after another.
-  std::vector<uint8_t> Payloads() {
-    std::lock_guard<std::mutex> hold(lock);
-    std::vector<uint8_t> all;
-    for (const auto& f : frames) {
-      uint32_t length = 0;
-      std::memcpy(&length, f.data(), 4);
-      EXPECT_EQ(length + 12, f.size());
-      all.insert(all.end(), f.begin() + 12, f.end());
-    }
-    return all;
-  }
-};
+using Frames = zp::test::Delivered<ZEPHPLAY_ACE, &ZEPHPLAY_ACEClose>;
 
 std::vector<uint8_t> ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -68,7 +31,7 @@ TEST(CaptureEncodeExports, PcmFramesCarryTheMicrophoneAndTheSaveFileHoldsWhatWas
   Frames f;
   ZEPHPLAY_ACE* ace = nullptr;
   ASSERT_EQ(ZEPHPLAY_ACEOpen(&ace, 20, reinterpret_cast<uint64_t>(&f), &Frames::Take), 0);
-  ASSERT_TRUE(f.Wait(5));
+  ASSERT_TRUE(f.WaitForBuffers(5));
   ASSERT_EQ(ZEPHPLAY_ACEStartSaveToFile(ace), 0);
   char path[260];
   ASSERT_EQ(ZEPHPLAY_ACEGetSavePath(ace, path), 0);
@@ -78,15 +41,20 @@ TEST(CaptureEncodeExports, PcmFramesCarryTheMicrophoneAndTheSaveFileHoldsWhatWas
   EXPECT_STREQ(path, again);
   EXPECT_NE(std::string(path).find("AudioFile"), std::string::npos);
   const size_t before = f.Count();
-  ASSERT_TRUE(f.Wait(before + 20));
+  ASSERT_TRUE(f.WaitForBuffers(before + 20));
   EXPECT_EQ(ZEPHPLAY_ACEStopSaveToFile(ace), 1);
   uint32_t span = 0;
   EXPECT_EQ(ZEPHPLAY_ACEGetTime(ace, &span), 0);
   EXPECT_GT(span, 0u);
-  ASSERT_TRUE(f.Wait(mic.size() / 320));
+  ASSERT_TRUE(f.WaitForBuffers(mic.size() / 320));
   ASSERT_EQ(ZEPHPLAY_ACEClose(ace), 0);
 
-  const std::vector<uint8_t> payloads = f.Payloads();
+  for (const auto& frame : f.buffers) {
+    uint32_t length = 0;
+    std::memcpy(&length, frame.data(), 4);
+    EXPECT_EQ(length + 12, frame.size()) << "the head's payload length";
+  }
+  const std::vector<uint8_t> payloads = f.Joined(12);
   ASSERT_GE(payloads.size(), mic.size());
   EXPECT_TRUE(std::equal(mic.begin(), mic.end(), payloads.begin()));
   // The file is a run of whole delivered frames from about the start of saving.
@@ -105,11 +73,10 @@ TEST(CaptureEncodeExports, AacCapturesAtTheCoderTypesRateInLargerBuffers) {
   Frames f;
   ZEPHPLAY_ACE* ace = nullptr;
   ASSERT_EQ(ZEPHPLAY_ACEOpen(&ace, 13, reinterpret_cast<uint64_t>(&f), &Frames::Take), 0);  // AAC, 16 kHz
-  const bool enough = f.Wait(4);
+  const bool enough = f.WaitForBuffers(4);
   ASSERT_EQ(ZEPHPLAY_ACEClose(ace), 0);
   ASSERT_TRUE(enough);
-  std::lock_guard<std::mutex> hold(f.lock);
-  for (const auto& frame : f.frames) {
+  for (const auto& frame : f.buffers) {
     ASSERT_GE(frame.size(), 12u + 7u);
     const uint8_t* adts = frame.data() + 12;
     EXPECT_EQ(adts[0], 0xFF);

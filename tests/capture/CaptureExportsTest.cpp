@@ -3,15 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
-#include <mutex>
 #include <random>
 #include <vector>
 
 #include "CaptureTestSupport.h"
+#include "Delivered.h"
 #include "zephplay.h"
 
 namespace {
@@ -19,35 +17,7 @@ namespace {
 using zp::test::Bytes;
 using zp::test::DiskMicrophone;
 
-constexpr double kPi = 3.14159265358979323846;
-
-// Collects what a capture delivers; wait() gives up after a deadline instead of hanging.
-struct Received {
-  std::mutex lock;
-  std::vector<uint8_t> bytes;
-  std::vector<uint32_t> lengths;
-  std::atomic<int32_t> closeResult{1};
-  std::atomic<ZEPHPLAY_AUDIOCAPTURE*> self{nullptr};
-
-  static void ZEPHPLAY_CALL Take(const uint8_t* data, uint32_t len, uint64_t user) {
-    auto* r = reinterpret_cast<Received*>(user);
-    std::lock_guard<std::mutex> hold(r->lock);
-    r->bytes.insert(r->bytes.end(), data, data + len);
-    r->lengths.push_back(len);
-  }
-  static void ZEPHPLAY_CALL CloseInside(const uint8_t*, uint32_t, uint64_t user) {
-    auto* r = reinterpret_cast<Received*>(user);
-    if (ZEPHPLAY_AUDIOCAPTURE* self = r->self.load()) {
-      r->closeResult = ZEPHPLAY_CloseAudioCapture(self);
-    }
-  }
-  bool Wait(size_t bytesWanted) {
-    return zp::test::WaitUntil([&] {
-      std::lock_guard<std::mutex> hold(lock);
-      return bytes.size() >= bytesWanted;
-    });
-  }
-};
+using Received = zp::test::Delivered<ZEPHPLAY_AUDIOCAPTURE, &ZEPHPLAY_CloseAudioCapture>;
 
 std::vector<int16_t> Samples(const std::vector<uint8_t>& bytes, size_t from, size_t count) {
   std::vector<int16_t> out(count);
@@ -82,17 +52,16 @@ TEST(CaptureExports, TheCallbackGetsTheMicrophonesSamplesInWholeBuffers) {
     Received r;
     ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
     ASSERT_EQ(Open(c, &r, &capture), 0);
-    const bool enough = r.Wait(ramp.size());
+    const bool enough = r.WaitForBytes(ramp.size());
     ASSERT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
     ASSERT_TRUE(enough);
-    const uint32_t buffer = c.buffer == 0 ? 320 : c.buffer;
-    for (uint32_t len : r.lengths) {
-      ASSERT_EQ(len, buffer);
+    for (const auto& buffer : r.buffers) {
+      ASSERT_EQ(buffer.size(), c.buffer == 0 ? 320 : c.buffer);
     }
-    EXPECT_TRUE(std::equal(ramp.begin(), ramp.end(), r.bytes.begin()));
-    const size_t after = r.bytes.size();
+    const std::vector<uint8_t> got = r.Joined();
+    EXPECT_TRUE(std::equal(ramp.begin(), ramp.end(), got.begin()));
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
-    EXPECT_EQ(r.bytes.size(), after) << "delivered after close";
+    EXPECT_EQ(r.Joined().size(), got.size()) << "delivered after close";
   }
 }
 
@@ -119,7 +88,7 @@ TEST(CaptureExports, NoiseSuppressionQuietensTheGapsAndKeepsTheTone) {
   std::mt19937 random(7);
   std::normal_distribution<double> noise(0.0, 1000.0);
   for (size_t i = 0; i < noisy.size(); ++i) {
-    const double tone = ToneOn(i) ? 6000 * std::sin(2 * kPi * 440 * i / 8000.0) : 0;
+    const double tone = ToneOn(i) ? 6000 * std::sin(2 * M_PI * 440 * i / 8000.0) : 0;
     noisy[i] = static_cast<int16_t>(std::lround(tone + noise(random)));
   }
   double gap[2], burst[2];
@@ -129,16 +98,15 @@ TEST(CaptureExports, NoiseSuppressionQuietensTheGapsAndKeepsTheTone) {
     Received r;
     ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
     ASSERT_EQ(ZEPHPLAY_OpenAudioCapture(&capture, reinterpret_cast<uint64_t>(&r), &Received::Take), 0);
-    const bool enough = r.Wait(noisy.size() * 2);
+    const bool enough = r.WaitForBytes(noisy.size() * 2);
     ASSERT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
     ASSERT_TRUE(enough);
     // The last two seconds, once the suppressor has learnt the noise.
-    const std::vector<int16_t> late = Samples(r.bytes, 2 * 8000, 2 * 8000);
+    const std::vector<int16_t> late = Samples(r.Joined(), 2 * 8000, 2 * 8000);
     gap[speex] = PowerDb(late, false);
     burst[speex] = PowerDb(late, true);
   }
   ZEPHPLAY_SetUseSpeex(0);
-  std::printf("noise in the gaps %.1f dB lower, tone %.1f dB lower\n", gap[0] - gap[1], burst[0] - burst[1]);
   EXPECT_GT(gap[0] - gap[1], 8.0);
   EXPECT_LT(std::fabs(burst[0] - burst[1]), 2.0);
 }

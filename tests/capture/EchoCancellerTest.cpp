@@ -48,7 +48,6 @@ TEST(EchoCanceller, TakesTheLoudspeakerOutOfTheMicrophone) {
   canceller.Stop();
   canceller.Close();
   const double reduction = PowerDb(echo, 2 * kRate) - PowerDb(near, 2 * kRate);
-  std::printf("echo reduced by %.1f dB over the last two seconds\n", reduction);
   EXPECT_GT(reduction, 15.0);
 }
 

@@ -104,17 +104,6 @@ TEST(FrameQueue, ClearFrameConsumesThroughTheFirstLaterFrame) {
   EXPECT_EQ(q.FreeBytes(), 256u);
 }
 
-TEST(FrameQueue, ReserveFrameExKeepsTheNewest) {
-  CFrameQueue q;
-  ASSERT_EQ(q.Init(16, 4096), 1);
-  for (uint8_t i = 0; i < 6; ++i) {
-    ASSERT_EQ(Push(q, 1, i, Bytes(10, i)), 1);
-  }
-  q.ReserveFrameEx(2);
-  EXPECT_EQ(q.GetFrameNum(), 2);
-  EXPECT_EQ(PopOne(q).head.u64Stamp, 4u);
-}
-
 TEST(FrameQueue, ResizeKeepsFramesAndRefusesToShrinkBelowUse) {
   CFrameQueue q;
   ASSERT_EQ(q.Init(4, 100), 1);

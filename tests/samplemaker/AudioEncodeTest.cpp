@@ -9,15 +9,6 @@
 namespace zp::samples {
 namespace {
 
-std::vector<int16_t> DecodeAll(const std::vector<EncodedFrame>& frames, test::AvDecoder* decoder) {
-  std::vector<int16_t> out;
-  EXPECT_TRUE(decoder->ok());
-  for (size_t i = 0; i < frames.size() && decoder->ok(); ++i) {
-    EXPECT_TRUE(decoder->Decode(frames[i].data.data(), frames[i].data.size(), &out)) << "frame " << i;
-  }
-  return out;
-}
-
 double Rms(const int16_t* p, size_t n) {
   double s = 0;
   for (size_t i = 0; i < n; ++i) {
@@ -48,8 +39,7 @@ TEST(EncodeAudio, G711RoundTripsThroughAnOutsideDecoderAndHisiUnitsWrapIt) {
     ExpectStamps(frames, 320, 8000);
     std::vector<int16_t> source;
     MakeSound(0, 3200, 8000, 1, &source);
-    test::AvDecoder decoder(c.decoder);
-    const std::vector<int16_t> sound = DecodeAll(frames, &decoder);
+    const std::vector<int16_t> sound = test::AvDecodeAll(c.decoder, frames);
     ASSERT_EQ(sound.size(), source.size());
     for (size_t i = 0; i < source.size(); ++i) {
       ASSERT_LE(std::abs(sound[i] - source[i]), std::max(16, std::abs(source[i]) / 16)) << "sample " << i;
@@ -99,7 +89,10 @@ TEST(EncodeAudio, AacFramesAreWholeAdtsFrames) {
       EXPECT_EQ(static_cast<size_t>(((h[3] & 3) << 11) | (h[4] << 3) | (h[5] >> 5)), h.size());
     }
     test::AvDecoder decoder("aac");
-    const std::vector<int16_t> sound = DecodeAll(frames, &decoder);
+    std::vector<int16_t> sound;
+    for (const EncodedFrame& f : frames) {
+      ASSERT_TRUE(decoder.Decode(f.data.data(), f.data.size(), &sound));
+    }
     EXPECT_EQ(decoder.channels(), channels);
     EXPECT_EQ(decoder.sampleRate(), rate);
     ASSERT_EQ(sound.size(), 20u * 1024 * static_cast<size_t>(channels));

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 #include "AvReference.h"
 #include "SampleEncoder.h"
 
@@ -11,14 +9,6 @@ namespace {
 const char* DecoderName(VideoCodec c) { return c == VideoCodec::H264 ? "h264" : "hevc"; }
 
 uint64_t StampOf(size_t index, int fps) { return index * 1000000u / static_cast<uint64_t>(fps); }
-
-double LumaPsnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b, size_t n) {
-  double se = 0;
-  for (size_t i = 0; i < n; ++i) {
-    se += (static_cast<double>(a[i]) - b[i]) * (static_cast<double>(a[i]) - b[i]);
-  }
-  return se == 0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 * static_cast<double>(n) / se);
-}
 
 // What the video tests take as given, judged by libavcodec: the units decode to the asked
 // number of moving pictures of the asked size, stamped where they belong, key frames exactly every
@@ -53,7 +43,7 @@ TEST(EncodeVideo, DecodesToTheAskedPicturesAndKeyFrames) {
     }
     std::vector<uint8_t> source;
     MakePicture(c.frames - 1, c.width, c.height, &source);
-    EXPECT_GT(LumaPsnr(source, pictures.back().y, pictures.back().y.size()), 28.0);
+    EXPECT_GT(test::PsnrDb(source.data(), pictures.back().y.data(), pictures.back().y.size()), 28.0);
     EXPECT_NE(pictures.front().y, pictures.back().y);
 
     const size_t lastKey = static_cast<size_t>((c.frames - 1) / c.gop * c.gop);

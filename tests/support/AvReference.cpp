@@ -139,7 +139,7 @@ void AvDecoder::CollectSound(std::vector<int16_t>* out) {
 }
 
 std::vector<std::vector<uint8_t>> AvEncode(const char* name, const std::vector<int16_t>& pcm, int rate,
-                                           int channels, int64_t bitRate) {
+                                           int channels, int64_t bitRate, int packetSamples) {
   std::vector<std::vector<uint8_t>> packets;
   const AVCodec* codec = avcodec_find_encoder_by_name(name);
   if (codec == nullptr) {
@@ -150,9 +150,13 @@ std::vector<std::vector<uint8_t>> AvEncode(const char* name, const std::vector<i
   av_channel_layout_default(&ctx->ch_layout, channels);
   ctx->bit_rate = bitRate;
   ctx->sample_fmt = codec->sample_fmts[0];
-  if (av_get_packed_sample_fmt(ctx->sample_fmt) != AV_SAMPLE_FMT_FLT || avcodec_open2(ctx, codec, nullptr) < 0) {
+  const AVSampleFormat packed = av_get_packed_sample_fmt(ctx->sample_fmt);
+  if ((packed != AV_SAMPLE_FMT_FLT && packed != AV_SAMPLE_FMT_S16) || avcodec_open2(ctx, codec, nullptr) < 0) {
     avcodec_free_context(&ctx);
     return packets;
+  }
+  if (packetSamples > 0) {
+    ctx->frame_size = packetSamples;
   }
   AVFrame* frame = av_frame_alloc();
   AVPacket* packet = av_packet_alloc();
@@ -172,8 +176,13 @@ std::vector<std::vector<uint8_t>> AvEncode(const char* name, const std::vector<i
     av_frame_get_buffer(frame, 0);
     for (int s = 0; s < frameSize; ++s) {
       for (int c = 0; c < channels; ++c) {
-        reinterpret_cast<float*>(frame->data[planar ? c : 0])[planar ? s : s * channels + c] =
-            pcm[(pos + s) * channels + c] / 32768.0f;
+        const int16_t sample = pcm[(pos + s) * channels + c];
+        const size_t at = planar ? s : static_cast<size_t>(s) * channels + c;
+        if (packed == AV_SAMPLE_FMT_S16) {
+          reinterpret_cast<int16_t*>(frame->data[planar ? c : 0])[at] = sample;
+        } else {
+          reinterpret_cast<float*>(frame->data[planar ? c : 0])[at] = sample / 32768.0f;
+        }
       }
     }
     frame->pts = static_cast<int64_t>(pos);
@@ -201,6 +210,15 @@ double SnrDb(const int16_t* reference, const int16_t* test, size_t n) {
     return 200.0;
   }
   return 10.0 * std::log10(signal / noise);
+}
+
+double PsnrDb(const uint8_t* a, const uint8_t* b, size_t n) {
+  double squares = 0;
+  for (size_t i = 0; i < n; ++i) {
+    const double d = static_cast<double>(a[i]) - b[i];
+    squares += d * d;
+  }
+  return squares == 0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 * static_cast<double>(n) / squares);
 }
 
 }  // namespace zp::test

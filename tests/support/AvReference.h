@@ -82,12 +82,34 @@ std::vector<Picture> DecodeAllPictures(const char* name, const Units& units, siz
   return out;
 }
 
-// Encodes 16-bit sound into packets with an encoder that takes float samples, in the encoder's
-// own frame size.
+// The sound of every packet in turn (a packet is a byte vector or has one as .data); empty when
+// the decoder cannot open or refuses a packet, so that no comparison with it passes.
+inline const std::vector<uint8_t>& PacketBytes(const std::vector<uint8_t>& packet) { return packet; }
+template <class Unit>
+const std::vector<uint8_t>& PacketBytes(const Unit& unit) {
+  return unit.data;
+}
+template <class Packets>
+std::vector<int16_t> AvDecodeAll(const char* name, const Packets& packets, const AvOptions& options = {}) {
+  AvDecoder decoder(name, options);
+  std::vector<int16_t> out;
+  for (const auto& packet : packets) {
+    const std::vector<uint8_t>& bytes = PacketBytes(packet);
+    if (!decoder.ok() || !decoder.Decode(bytes.data(), bytes.size(), &out)) {
+      return {};
+    }
+  }
+  return out;
+}
+
+// Encodes 16-bit sound into packets with an encoder that takes float or 16-bit samples, in the
+// encoder's own frame size or, for encoders that take any (G.726), packetSamples a packet.
 std::vector<std::vector<uint8_t>> AvEncode(const char* name, const std::vector<int16_t>& pcm, int rate,
-                                           int channels, int64_t bitRate);
+                                           int channels, int64_t bitRate, int packetSamples = 0);
 
 // Signal-to-noise ratio of test against reference in dB over n samples (200 when equal).
 double SnrDb(const int16_t* reference, const int16_t* test, size_t n);
+// Peak signal-to-noise ratio of two 8-bit images in dB over n bytes (99 when equal).
+double PsnrDb(const uint8_t* a, const uint8_t* b, size_t n);
 
 }  // namespace zp::test

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "audio/AvAudio.h"
+#include "AvReference.h"
 #include "audio/ClientSupport.h"
 #include "audio/DiskAudio.h"
 #include "zephplay.h"
@@ -117,17 +117,6 @@ std::vector<int16_t> OurDecode(uint32_t coder, int rate, const std::vector<std::
   return out;
 }
 
-std::vector<int16_t> AvDecode(const char* name, int rate, const std::vector<std::vector<uint8_t>>& packets,
-                              int blockAlign = 0) {
-  AvAudioDecoder decoder(name, {rate, 1, blockAlign, blockAlign != 0 ? 4 : 0, 0});
-  EXPECT_TRUE(decoder.ok()) << name;
-  std::vector<int16_t> out;
-  for (const auto& packet : packets) {
-    EXPECT_TRUE(decoder.Decode(packet.data(), packet.size(), &out)) << name;
-  }
-  return out;
-}
-
 // The best SNR of decoded against the input over the codec delays up to maxLag samples.
 double BestSnr(const std::vector<int16_t>& input, const std::vector<int16_t>& decoded, size_t maxLag) {
   double best = -100;
@@ -139,33 +128,10 @@ double BestSnr(const std::vector<int16_t>& input, const std::vector<int16_t>& de
 
 // libavcodec's G.726 encoder over all of pcm, 160 samples a packet, codes concatenated.
 std::vector<uint8_t> AvG726(const char* name, int bits, const std::vector<int16_t>& pcm) {
-  const AVCodec* codec = avcodec_find_encoder_by_name(name);
-  AVCodecContext* ctx = avcodec_alloc_context3(codec);
-  ctx->sample_rate = 8000;
-  ctx->sample_fmt = AV_SAMPLE_FMT_S16;
-  ctx->bit_rate = bits * 8000;
-  av_channel_layout_default(&ctx->ch_layout, 1);
   std::vector<uint8_t> codes;
-  EXPECT_EQ(avcodec_open2(ctx, codec, nullptr), 0);
-  ctx->frame_size = 160;
-  AVFrame* frame = av_frame_alloc();
-  AVPacket* packet = av_packet_alloc();
-  for (size_t at = 0; at + 160 <= pcm.size(); at += 160) {
-    frame->format = AV_SAMPLE_FMT_S16;
-    frame->nb_samples = 160;
-    av_channel_layout_default(&frame->ch_layout, 1);
-    av_frame_get_buffer(frame, 0);
-    std::memcpy(frame->data[0], pcm.data() + at, 320);
-    avcodec_send_frame(ctx, frame);
-    av_frame_unref(frame);
-    while (avcodec_receive_packet(ctx, packet) == 0) {
-      codes.insert(codes.end(), packet->data, packet->data + packet->size);
-      av_packet_unref(packet);
-    }
+  for (const auto& packet : AvEncode(name, pcm, 8000, 1, bits * 8000, 160)) {
+    codes.insert(codes.end(), packet.begin(), packet.end());
   }
-  av_frame_free(&frame);
-  av_packet_free(&packet);
-  avcodec_free_context(&ctx);
   return codes;
 }
 
@@ -243,7 +209,7 @@ TEST(AudioEncoder, VoiceEngineTypesDecodeBackAndMatchLibavcodec) {
       for (const auto& unit : units) {
         blocks.emplace_back(unit.begin() + 4, unit.end());
       }
-      const std::vector<int16_t> theirs = AvDecode("adpcm_ima_wav", 8000, blocks, 84);
+      const std::vector<int16_t> theirs = AvDecodeAll("adpcm_ima_wav", blocks, {8000, 1, 84, 4});
       ASSERT_EQ(theirs.size(), units.size() * 161);
       EXPECT_GT(BestSnr(pcm, theirs, 0), c.minSnr);
     }
@@ -262,7 +228,7 @@ TEST(AudioEncoder, AacDecodesInLibavcodecAndOurDecoder) {
     const std::vector<std::vector<uint8_t>> frames = AdtsFrames(encoder.Stream(pcm, 2048));
     // One frame of look-ahead: 40 frames in, 39 out.
     ASSERT_EQ(frames.size(), 39u);
-    const double av = BestSnr(pcm, AvDecode("aac", rate, frames), 2048);
+    const double av = BestSnr(pcm, AvDecodeAll("aac", frames, {rate}), 2048);
     const double faad = BestSnr(pcm, OurDecode(coder, rate, frames), 2048);
     EXPECT_GT(av, kMinSnr);
     EXPECT_GT(faad, kMinSnr);
@@ -277,7 +243,7 @@ TEST(AudioEncoder, AmrDecodesInLibavcodec) {
   // 32-byte frames, each with the ToC of mode 7 and the quality bit.
   const auto frames = Split(encoder.Stream(pcm, 3200), [](const uint8_t* f) { return f[0] == 0x3C ? 32 : 0; });
   ASSERT_EQ(frames.size(), 100u);
-  EXPECT_GT(BestSnr(pcm, AvDecode("amrnb", 8000, frames), 400), 8.0);
+  EXPECT_GT(BestSnr(pcm, AvDecodeAll("amrnb", frames), 400), 8.0);
 }
 
 TEST(AudioEncoder, FramingCutsWholePieces) {

@@ -20,8 +20,6 @@ using samples::EncodedFrame;
 using samples::VideoCodec;
 using videotest::Planes;
 
-uint32_t TypeOf(const EncodedFrame& f) { return f.key ? CVDEC::kKeyFrameType : 0x63643100; }
-
 std::vector<EncodedFrame> Encode(VideoCodec codec, int w, int h, int frames, bool bFrames,
                                  int gop = 12) {
   return samples::EncodeVideo(
@@ -62,9 +60,7 @@ struct Collector {
     int out = 0;
     for (size_t i = from; i < std::min(to, frames.size()); ++i) {
       const size_t before = pictures.size();
-      const int r = dec->DecodeOneFrame(TypeOf(frames[i]), frames[i].data.data(),
-                                        static_cast<uint32_t>(frames[i].data.size()),
-                                        frames[i].stampUs);
+      const int r = videotest::DecodeFrame(dec, frames[i]);
       out += r;
       // A picture out: a callback, its last picture GetPicture's. None: no callback.
       PictureInfo info;
@@ -209,7 +205,7 @@ TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
     EXPECT_GT(videotest::CountIn(videotest::LogText(), failed), failedBefore);
     for (size_t i = 0; i < 12; ++i) {
       const auto& f = frames[i];
-      dec.DecodeOneFrame(TypeOf(f), f.data.data(), static_cast<uint32_t>(f.data.size() / 3), f.stampUs);
+      dec.DecodeOneFrame(videotest::FrameType(f), f.data.data(), static_cast<uint32_t>(f.data.size() / 3), f.stampUs);
     }
     EXPECT_EQ(dec.DecodeOneFrame(CVDEC::kKeyFrameType, nullptr, 0, 0), 0);
 

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <thread>
 
-#include "SampleEncoder.h"
+#include "VideoTestSupport.h"
 #include "platform/CEvent.h"
 #include "video/CVDECH264.h"
 #include "video/CDraw.h"
@@ -36,10 +36,7 @@ class StalledDraw : public CDraw {
   uint64_t m_nSum = 0;
 };
 
-int Decode(CVDEC* dec, const samples::EncodedFrame& f) {
-  return dec->DecodeOneFrame(f.key ? CVDEC::kKeyFrameType : 0x63643100, f.data.data(),
-                             static_cast<uint32_t>(f.data.size()), f.stampUs);
-}
+using videotest::DecodeFrame;
 
 // While one picture is being presented (and the present does not come back), the decoder
 // hands over every further picture: the present runs outside the picture lock.
@@ -48,7 +45,7 @@ TEST(VideoThreads, ASlowPresentDoesNotHoldUpTheDecoder) {
   ASSERT_EQ(frames.size(), 30u);
   CVDECH264 dec(false, nullptr);
   dec.InitDecoder(0);
-  ASSERT_EQ(Decode(&dec, frames[0]), 1);
+  ASSERT_EQ(DecodeFrame(&dec, frames[0]), 1);
 
   StalledDraw output;
   std::thread drawer([&] { dec.DecodeData()->DrawFrame(&output); });
@@ -57,7 +54,7 @@ TEST(VideoThreads, ASlowPresentDoesNotHoldUpTheDecoder) {
   platform::CEvent decoded;
   std::thread decoder([&] {
     for (size_t i = 1; i < frames.size(); ++i) {
-      pictures += Decode(&dec, frames[i]);
+      pictures += DecodeFrame(&dec, frames[i]);
     }
     decoded.Set();
   });

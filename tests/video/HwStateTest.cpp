@@ -70,10 +70,7 @@ class HwStates : public ::testing::Test {
     dec->InitDecoder(0);
     return dec;
   }
-  int Feed(CVDECH264* dec, const EncodedFrame& f) {
-    return dec->DecodeOneFrame(f.key ? CVDEC::kKeyFrameType : 0x63643100, f.data.data(),
-                               static_cast<uint32_t>(f.data.size()), f.stampUs);
-  }
+  static int Feed(CVDECH264* dec, const EncodedFrame& f) { return videotest::DecodeFrame(dec, f); }
   // The sum of DecodeOneFrame's answers for frames [from, to).
   int FeedRange(CVDECH264* dec, size_t from, size_t to) {
     int sum = 0;

@@ -25,6 +25,7 @@ extern "C" {
 #include "AvReference.h"
 #include "SampleEncoder.h"
 #include "common/LogAccess.h"
+#include "video/CVDEC.h"
 #include "video/PictureInfo.h"
 
 namespace zp::videotest {
@@ -56,6 +57,12 @@ inline std::vector<Planes> ReferenceDecode(const std::vector<samples::EncodedFra
   return test::DecodeAllPictures(hevc ? "hevc" : "h264", frames);
 }
 
+// The type a stream's tag gives an encoded frame, and the frame through a decoder.
+inline uint32_t FrameType(const samples::EncodedFrame& f) { return f.key ? CVDEC::kKeyFrameType : 0x63643100; }
+inline int DecodeFrame(CVDEC* dec, const samples::EncodedFrame& f) {
+  return dec->DecodeOneFrame(FrameType(f), f.data.data(), static_cast<uint32_t>(f.data.size()), f.stampUs);
+}
+
 // BT.601 limited range to full-range RGB in floating point, rounded: the reference conversion.
 inline void ReferenceRgb(int y, int u, int v, uint8_t rgb[3]) {
   const double c = 1.164383 * (y - 16);
@@ -81,19 +88,9 @@ inline std::vector<uint8_t> ReferenceRgbImage(const PictureInfo& p) {
   return out;
 }
 
+// 0 for images of different sizes (a failed screenshot is empty).
 inline double Psnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
-  if (a.size() != b.size() || a.empty()) {
-    return 0.0;
-  }
-  double sum = 0;
-  for (size_t i = 0; i < a.size(); ++i) {
-    const double d = static_cast<double>(a[i]) - b[i];
-    sum += d * d;
-  }
-  if (sum == 0) {
-    return 99.0;
-  }
-  return 10.0 * std::log10(255.0 * 255.0 / (sum / static_cast<double>(a.size())));
+  return a.size() != b.size() || a.empty() ? 0.0 : test::PsnrDb(a.data(), b.data(), a.size());
 }
 
 // An independent BMP reader (24-bit, uncompressed, either row order) to top-down RGB.
@@ -267,7 +264,6 @@ class XWindow {
   XWindow(int width, int height) : m_width(width), m_height(height) {
     m_display = XOpenDisplay(nullptr);
     if (m_display == nullptr) {
-      std::fprintf(stderr, "cannot open display %s\n", std::getenv("DISPLAY"));
       return;
     }
     const int screen = DefaultScreen(m_display);
