@@ -94,13 +94,7 @@ int CPlayerStream::Open(uint32_t nVideoQueueBytes, uint32_t nUnpaced) {
   m_nUnpaced = nUnpaced;
   m_VideoFrames.Init(kQueueFrames, nVideoQueueBytes);
   m_AudioFrames.Init(kQueueFrames, kAudioQueueBytes);
-  CreateVDecoder(0, 0, nullptr, nullptr, 0);
-  {
-    CAutoLock lock(&m_DecoderLock);
-    if (m_pVDecoder != nullptr) {
-      m_pVDecoder->SetPictureClass(2);
-    }
-  }
+  CreateVDecoder(0, 0, nullptr, nullptr, 0);  // a new decoder has picture class 2
   CreateADecoder(0, 0, 0, 0);
   if (m_nStreamMode != kModeCached) {
     m_WaveOut.SetLongClear(true);
@@ -328,7 +322,7 @@ int CPlayerStream::DrainParser() {
 
 int CPlayerStream::InputFrameData(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp,
                                   bool bFromCaller) {
-  if (pData == nullptr && nLength != 0) {
+  if (pData == nullptr) {
     return -1;
   }
   if (nType == kAttrType) {
