@@ -451,8 +451,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayRate(ZEPHPLAY_PLAYHANDLE* han
 
 /**
  * Writes the position of the picture on screen to *ms: for a file, milliseconds from the
- * file's first stamp (before the first picture: a meaningless value). Returns 0; 1 when the
- * player knows no position (a stream player: *ms is 0); -1 without a player or for a NULL ms.
+ * file's first stamp (before the first picture: a meaningless value); for a stream, whole
+ * SECONDS (rounded) from the first cached frame to the play position of ZEPHPLAY_STREAM_CACHED.
+ * Returns 0; -1 for a stream whose cache is empty or played to its end (then *ms is the last
+ * frame's time), without a player, or for a NULL ms.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetPlayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t* ms);
 
@@ -560,6 +562,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayOneIFrame(ZEPHPLAY_PLAYHANDLE* h
  * Moves to the key frame for ms milliseconds after the file's first stamp and shows it (the
  * picture comes within the next ten frames read); playing, paused or stopped, the player goes on
  * from there. Returns 0; 1 when ms lies beyond the file or no file is open; -1 as above.
+ * A stream handle (ZEPHPLAY_STREAM_CACHED) moves to the first cached key frame at or after ms
+ * after the first cached frame and shows it; -1 when there is none. Streams log nothing.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t ms);
 
@@ -598,9 +602,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetEndCallBack(ZEPHPLAY_PLAYHANDLE* 
 /**
  * Gives the handle a stream player and starts its threads, in mode ZEPHPLAY_STREAM_IMMEDIATE.
  * param and paramValue are not used (NULL and 0 will do). videoQueueBytes sizes the video frame
- * queue (it grows when frames do not fit). unpaced nonzero turns on delay control in mode
- * ZEPHPLAY_STREAM_DELAY also without hardware decoding. Returns 0, also when the player could
- * not be set up; -1 for a NULL handle or a handle that already has a player.
+ * queue of 1000 frames (it grows when frames do not fit). unpaced, the base option: nonzero
+ * turns on delay control in mode ZEPHPLAY_STREAM_DELAY also without hardware decoding (with
+ * hardware decoding it is always on). Returns 0, also when the player could not be set up; -1
+ * for a NULL handle or a handle that already has a player.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenStream(ZEPHPLAY_PLAYHANDLE* handle, void* param, int32_t paramValue,
                                                        uint32_t videoQueueBytes, uint32_t unpaced);
@@ -608,7 +613,16 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenStream(ZEPHPLAY_PLAYHANDLE* hand
 /** Resizes the video queue to bytes; refused silently when fewer than the bytes held. 0. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StreamSetPlayBuffer(ZEPHPLAY_PLAYHANDLE* handle, uint32_t bytes);
 
-/** Sets the stream mode (ZEPHPLAY_STREAM_*). Every change restores the default delay pair. 0. */
+/**
+ * Sets the stream mode (ZEPHPLAY_STREAM_*); every call starts the mode afresh (in
+ * ZEPHPLAY_STREAM_CACHED with a new empty cache file, the old one removed) and restores the
+ * default delay pair (2000/6000 ms, or the last pair ZEPHPLAY_SetDelayTime accepted).
+ * In ZEPHPLAY_STREAM_DELAY pictures are held until the queued video spans the minimum delay,
+ * meanwhile the sound plays silence without using up audio; while the span is at or above the
+ * maximum delay the player catches up by showing each picture after three quarters of its
+ * interval (this overrides ZEPHPLAY_SetPlayRate). Outside ZEPHPLAY_STREAM_CACHED the sound may
+ * lag the picture by up to 2500 ms before it is trimmed. 0.
+ */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetStreamMode(ZEPHPLAY_PLAYHANDLE* handle, uint32_t mode);
 
 /** Hands the player a stream-attribute record; shorter than 284 bytes or a wrong magic is
@@ -617,16 +631,21 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetStreamAttr(ZEPHPLAY_PLAYHANDLE* h
                                                           uint32_t length);
 
 /** Pushes stream bytes as they arrived, in pieces of any size. The bytes are copied before the
- *  call returns. 0; -3 try again later (see above). */
+ *  call returns. Frames cut from them go straight to the play queues: they are neither cached
+ *  (ZEPHPLAY_STREAM_CACHED) nor recorded; push whole frames for that. 0; -3 try again later: a
+ *  frame waits for room and the bytes do not fit beside it (nothing of the call kept). */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputStreamData(ZEPHPLAY_PLAYHANDLE* handle, const uint8_t* data,
                                                             uint32_t length);
 
 /** Pushes one whole frame of the given frame type with its stamp in microseconds; copied before
- *  the call returns. 0; -1 unknown type; -3 try again later; -4 type 2 (refused). */
+ *  the call returns. Type 1 is a stream-attribute record. In ZEPHPLAY_STREAM_CACHED the frame
+ *  is cached (0). While a recording runs, every frame given is recorded whatever the result.
+ *  0; -1 unknown type; -3 try again later; -4 type 2 (a refused frame, never kept). */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputFrameData(ZEPHPLAY_PLAYHANDLE* handle, const uint8_t* data,
                                                            uint32_t length, uint32_t type, uint64_t stamp);
 
-/** Stops the player, removes its cache file and stops recording. 0. */
+/** Stops the player, removes its cache file and stops recording. 0; -1 inside one of the
+ *  player's own callbacks (nothing done). */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseStream(ZEPHPLAY_PLAYHANDLE* handle);
 
 /** *frames: cached frames not yet played (mode ZEPHPLAY_STREAM_CACHED). 0 when that is not 0,
@@ -644,7 +663,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetSourceBufferRemain(ZEPHPLAY_PLAYH
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetDelayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t minMs, uint32_t maxMs);
 
 /** Mode ZEPHPLAY_STREAM_CACHED: pauses and shows the next (backward 0) or previous key frame of
- *  the cache (allowNonKey: the next picture of any kind). 0; -1 when there is none. */
+ *  the cache. Forward with allowNonKey 0 and key-frame-only play off, the next picture of any
+ *  kind (key or not) is shown; with allowNonKey nonzero only a key frame. 0; -1 when there is
+ *  none. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayOneFrameData(ZEPHPLAY_PLAYHANDLE* handle, uint32_t backward,
                                                              uint32_t allowNonKey);
 
@@ -660,10 +681,11 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StartPlayRecord(ZEPHPLAY_PLAYHANDLE*
 /** Stops and closes the recording. 0; 1 when none was running. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StopPlayRecord(ZEPHPLAY_PLAYHANDLE* handle);
 
-/** The running recording's length in bytes so far; -1 also when no recording runs. */
+/** The running recording's length in bytes so far (the file position after the last frame
+ *  written; 0 before the first); -1 also when no recording runs. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetPlayRecordStatus(ZEPHPLAY_PLAYHANDLE* handle);
 
-/** *stamp: the stamp (µs) of the picture shown last, 0 before the first. 0. */
+/** *stamp: the stamp (µs) of the picture shown last, 0 before the first and after a reset. 0. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetPlayStamp(ZEPHPLAY_PLAYHANDLE* handle, uint64_t* stamp);
 
 /* ---------------------------------------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include "common/CLibraryConfig.h"
 #include "common/Settings.h"
 #include "common/LogAccess.h"
+#include "platform/TempFile.h"
 
 namespace zp {
 
@@ -17,6 +18,8 @@ void LibraryAttach() {
 }
 
 void LibraryDetach() {
+  // Cache files of stream players that the caller never closed.
+  platform::RemoveTempFilesAtUnload();
   CLogFile2* log = LogFile(false);
   if (log != nullptr) {
     log->Close();

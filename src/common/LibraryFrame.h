@@ -4,7 +4,8 @@ namespace zp {
 
 // Load-time work, in order: colour tables, the log, the module path, the fixed-decoder key.
 void LibraryAttach();
-// Unload: closes the log if it was made; nothing else is released.
+// Unload: removes the temporary files still registered and closes the log if it was made;
+// nothing else is released.
 void LibraryDetach();
 
 }  // namespace zp

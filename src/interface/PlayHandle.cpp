@@ -4,6 +4,7 @@
 
 #include "common/LogAccess.h"
 #include "player/CPlayerFile.h"
+#include "player/CPlayerStream.h"
 
 namespace zp {
 
@@ -55,6 +56,17 @@ int AttachFilePlayer(PlayHandle* handle, const char* path, uint32_t nDrawMode) {
   player->OpenFile(path, nDrawMode);  // kept: callers learn of a bad file from GetFileInfo or Play
   handle->pPlayer = player;
   handle->nKind = kPlayerKindFile;
+  return 0;
+}
+
+int AttachStreamPlayer(PlayHandle* handle, uint32_t nVideoQueueBytes, uint32_t nUnpaced) {
+  auto* player = new (std::nothrow) CPlayerStream();
+  if (player == nullptr) {
+    return -1;
+  }
+  player->Open(nVideoQueueBytes, nUnpaced);
+  handle->pPlayer = player;
+  handle->nKind = kPlayerKindStream;
   return 0;
 }
 

@@ -33,5 +33,8 @@ bool CanTakePlayer(const PlayHandle* handle);
 // result is not reported: a file that cannot be opened shows in the player's later answers.
 // -1 (the handle unchanged) when the player cannot be allocated.
 int AttachFilePlayer(PlayHandle* handle, const char* path, uint32_t nDrawMode);
+// Gives a handle that CanTakePlayer a new stream player (kind 1), opened with the video queue's
+// bytes and the unpaced flag. -1 (the handle unchanged) when the player cannot be allocated.
+int AttachStreamPlayer(PlayHandle* handle, uint32_t nVideoQueueBytes, uint32_t nUnpaced);
 
 }  // namespace zp

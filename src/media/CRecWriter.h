@@ -30,6 +30,9 @@ class CRecWriter {
                          uint32_t* nextOffset) = 0;
   // Finalises and closes the recording. 0.
   virtual int CloseWriter() = 0;
+  // The stream's 284-byte attribute record, when the stream has one. Recordings that have no
+  // place for it ignore it: 0.
+  virtual int SetStreamAttr(const uint8_t* /*attr*/, uint32_t /*length*/) { return 0; }
   // The start time that close writes into the head, instead of the first frame's time of day:
   // 1 (and nothing stored) when year is 0, else 0. `use` 0 stores the values but keeps them
   // unused.

@@ -298,19 +298,53 @@ int CBasePlayer::FlashWnd() {
   if (m_pVDecoder == nullptr) {
     return -1;
   }
+  Repaint(true);
+  return 0;
+}
+
+// The timing is asked first, so that a play loop that finds nothing due never waits for a
+// decode under way.
+void CBasePlayer::Repaint(bool bMarkPending) {
   {
     CAutoLock timing(&m_TimingLock);
-    if (!m_Timing.FlashDue(true)) {
-      return 0;
+    if (!m_Timing.FlashDue(bMarkPending)) {
+      return;
     }
     m_Timing.NoteDraw();
   }
+  RedrawIfDecoder();
+}
+
+void CBasePlayer::ServiceRepaint() {
+  {
+    CAutoLock timing(&m_TimingLock);
+    if (!m_Timing.TakePendingFlash()) {
+      return;
+    }
+    m_Timing.NoteDraw();
+  }
+  RedrawIfDecoder();
+}
+
+void CBasePlayer::RedrawIfDecoder() {
+  CAutoLock lock(&m_DecoderLock);
+  if (m_pVDecoder != nullptr) {
+    RedrawLocked();
+  }
+}
+
+void CBasePlayer::SetPacingLag(uint32_t nLagMs) {
+  CAutoLock timing(&m_TimingLock);
+  m_Timing.SetCarry(nLagMs);
+}
+
+// The decoder lock is held.
+void CBasePlayer::RedrawLocked() {
   if (m_pVDecoder->IsInit() && m_pVDecoder->IsDxvaInUse()) {
     m_pVDecoder->Refresh();  // a hardware picture never reaches the ring
-    return 0;
+    return;
   }
   m_ShowData.DrawFrame(&m_Draw);
-  return 0;
 }
 
 int CBasePlayer::SetColorParams(uint32_t nBrightness, uint32_t nContrast, uint32_t nSaturation,

@@ -142,6 +142,14 @@ class CBasePlayer {
   void SetPausedLocked(bool bPaused);
   // Waits up to ms, ending early when a picture arrives or the play state changes.
   void WaitPlayWake(uint32_t ms) { m_playWake.Wait(ms); }
+  // Ends a WaitPlayWake early: new input that the play loop may act on.
+  void WakePlay() { m_playWake.Notify(); }
+  // Flash (redraw) without a result: a pending one is armed when asked (FlashWnd's step).
+  void Repaint(bool bMarkPending);
+  // Completes a pending flash once its 500 ms have passed.
+  void ServiceRepaint();
+  // The lag (pacing carry): a lag of at least the next interval shows the next picture at once.
+  void SetPacingLag(uint32_t nLagMs);
   const CThreadBase& PlayThreadObject() const { return m_PlayThread; }
 
   // Members, in order.
@@ -210,6 +218,8 @@ class CBasePlayer {
   int CaptureWith(const char* pPath, bool bJpeg);
   void CloseVDecoderLocked();
   void CloseADecoderLocked();
+  void RedrawLocked();
+  void RedrawIfDecoder();
 
   CWakeSignal m_decodeWake;  // a frame queued, room in the ring, a stop
   CWakeSignal m_playWake;    // a picture pushed, pause or rate changed, a stop

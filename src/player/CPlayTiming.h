@@ -43,6 +43,8 @@ class CPlayTiming {
   uint32_t MsUntilDue(uint32_t nIntervalMs) const;
   void ResetPacing();
   uint32_t Carry() const { return m_nCarry; }
+  // A carry of at least the next interval makes the next picture due at once.
+  void SetCarry(uint32_t nCarryMs) { m_nCarry = nCarryMs; }
   uint32_t PacingTick() const { return m_nPacingTick; }
 
   // The draw tick: when a picture was last drawn.

@@ -68,6 +68,7 @@ class CVDEC {
   // From the stream attribute: 4 D1, 5 720P, 6 1080P, anything else 2.
   void SetPictureClass(uint8_t nClass);
   void SetWatermarkOption(int8_t nOption) { m_i8Watermark = nOption; }
+  int8_t WatermarkOption() const { return m_i8Watermark; }
   // Set by the player when its queue runs long; decoders may cut corners while it is set.
   void SetLate(bool bLate) { m_bLate = bLate; }
   void SetDecoderType(uint32_t nType) { m_nDecoderType = nType; }

@@ -3,6 +3,7 @@
 
 #include "interface/PlayHandle.h"
 #include "player/CPlayerFile.h"
+#include "player/CPlayerStream.h"
 #include "common/LogAccess.h"
 #include "zephplay.h"
 
@@ -13,6 +14,10 @@ inline CBasePlayer* AnyPlayer(ZEPHPLAY_PLAYHANDLE* handle) { return LookupAnyPla
 // Kind 0 with a player is only ever made by AttachFilePlayer.
 inline CPlayerFile* FilePlayer(ZEPHPLAY_PLAYHANDLE* handle) {
   return static_cast<CPlayerFile*>(LookupFilePlayer(ToRecord(handle)));
+}
+// Kind 1 is only ever made by AttachStreamPlayer.
+inline CPlayerStream* StreamPlayer(ZEPHPLAY_PLAYHANDLE* handle) {
+  return static_cast<CPlayerStream*>(LookupStreamPlayer(ToRecord(handle)));
 }
 
 // Runs body and turns any exception that escapes it into -1 with an error line: nothing may be

@@ -81,8 +81,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayOneIFrame(ZEPHPLAY_PLAYHANDLE* h
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetPlayTime(ZEPHPLAY_PLAYHANDLE* handle, uint32_t ms) {
   CPlayerFile* player = FilePlayer(handle);
   if (player == nullptr) {
-    // A stream player has its own set-time; none is built yet, so other handles fail.
-    return -1;
+    zp::CPlayerStream* stream = zp::StreamPlayer(handle);  // streams log nothing
+    return stream != nullptr ? stream->SetPlayTime(ms) : -1;
   }
   zp::LogInfo("%s nMinSecond[%d]", "ZEPHPLAY_SetPlayTime", static_cast<int>(ms));
   return player->SetPlayTime(ms);

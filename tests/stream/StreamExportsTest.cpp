@@ -1,0 +1,370 @@
+// The stream exports as a client uses them, on streams made by the sample maker; pictures are
+// judged by a bare libavcodec decode, recordings by reading them back.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <functional>
+#include <future>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AvReference.h"
+#include "SampleEncoder.h"
+#include "StreamWriter.h"
+#include "common/TempDir.h"
+#include "media/CRecFile.h"
+#include "zephplay.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using zp::samples::EncodedFrame;
+using zp::test::Picture;
+
+constexpr auto kDeadline = 30s;
+constexpr uint32_t kTypeI = 0x63643030;
+constexpr uint32_t kTypeP = 0x63643130;
+constexpr uint64_t kBase = 1000000000;  // stamps as recorders send them, far from 0
+
+std::vector<EncodedFrame> Video(int frames, int gop) {
+  zp::samples::VideoParams params;
+  params.width = 64;
+  params.height = 64;
+  params.frames = frames;
+  params.gop = gop;
+  auto video = zp::samples::EncodeVideo(params);
+  EXPECT_EQ(video.size(), static_cast<size_t>(frames));
+  return video;
+}
+
+std::string LogText() {
+  const char* dir = std::getenv("ZEPHPLAY_LOG_DIR");
+  std::ifstream in(std::string(dir != nullptr ? dir : ".") + "/libzephplay.log");
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+bool WaitUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = kDeadline) {
+  const auto end = std::chrono::steady_clock::now() + limit;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() > end) {
+      return false;
+    }
+    std::this_thread::sleep_for(2ms);
+  }
+  return true;
+}
+
+// A play handle with a stream player, and every picture its decoder gave.
+struct Player {
+  ZEPHPLAY_PLAYHANDLE* h = nullptr;
+  std::mutex m;
+  std::vector<Picture> pictures;
+
+  explicit Player(uint32_t queueBytes = 1 << 20, uint32_t unpaced = 0) {
+    EXPECT_EQ(ZEPHPLAY_OpenPlayHandle(&h), 0);
+    EXPECT_EQ(ZEPHPLAY_OpenStream(h, nullptr, 0, queueBytes, unpaced), 0);
+    EXPECT_EQ(ZEPHPLAY_OpenStream(h, nullptr, 0, queueBytes, unpaced), -1);
+    ZEPHPLAY_SetDecCallBack(h, reinterpret_cast<uint64_t>(this), &Player::OnPicture);
+  }
+  ~Player() { EXPECT_EQ(ZEPHPLAY_ClosePlayHandle(h), 0); }
+  static void OnPicture(uint64_t user, const uint8_t* y, const uint8_t* u, const uint8_t* v, int32_t yStride,
+                        int32_t uvStride, int32_t, int32_t width, int32_t height, uint64_t) {
+    auto* self = reinterpret_cast<Player*>(user);
+    Picture pic = zp::test::PackPicture(y, u, v, yStride, uvStride, width, height);
+    std::lock_guard<std::mutex> lock(self->m);
+    self->pictures.push_back(std::move(pic));
+  }
+  size_t Decoded() {
+    std::lock_guard<std::mutex> lock(m);
+    return pictures.size();
+  }
+  uint64_t Shown() {
+    uint64_t stamp = 0;
+    ZEPHPLAY_GetPlayStamp(h, &stamp);
+    return stamp;
+  }
+  uint32_t PlayTime() {
+    uint32_t s = 0;
+    ZEPHPLAY_GetPlayTime(h, &s);
+    return s;
+  }
+  int32_t Push(const EncodedFrame& f, uint64_t base = kBase) {
+    return ZEPHPLAY_InputFrameData(h, f.data.data(), static_cast<uint32_t>(f.data.size()), f.key ? kTypeI : kTypeP,
+                                   base + f.stampUs);
+  }
+};
+
+// Bytes pushed in random pieces with garbage, while the paused player lets its queue fill up:
+// frames before the first key frame are dropped, the queue grows and finally refuses (-3), the
+// refused bytes pushed again are taken, and every frame is decoded once as libavcodec decodes it.
+TEST(StreamExports, StreamBytesDecodeAsLibavcodecAndRefusalsLoseNothing) {
+  const auto lead = Video(4, 10);     // P frames of another stream before the first key frame
+  const auto video = Video(1100, 1);  // all key frames: a full queue is never trimmed to one
+  std::vector<EncodedFrame> sound;
+  zp::samples::AudioParams a;
+  a.codec = zp::samples::AudioCodec::HisiG711A;
+  a.frames = 200;
+  sound = zp::samples::EncodeAudio(a);
+  auto frames = zp::samples::MergeFrames(std::vector<EncodedFrame>(lead.begin() + 1, lead.end()), {}, 0);
+  for (const auto& f : zp::samples::MergeFrames(video, sound, zp::samples::kStreamAudioTag)) {
+    frames.push_back(f);
+  }
+  zp::samples::StreamOptions options;
+  options.garbageMax = 40;
+  options.leadingGarbageMax = 100;
+  const auto stream = zp::samples::MakeStream(frames, options);
+  const auto reference = zp::test::DecodeAllPictures("h264", video);
+
+  Player player(4096);
+  ZEPHPLAY_Pause(player.h, 1);
+  int refusals = 0;
+  for (const auto& piece : zp::samples::CutIntoPieces(stream.bytes, 7, 3000)) {
+    for (;;) {
+      const int32_t result = ZEPHPLAY_InputStreamData(player.h, piece.data(), static_cast<uint32_t>(piece.size()));
+      if (result == 0) {
+        break;
+      }
+      ASSERT_EQ(result, -3);
+      if (refusals++ == 0) {
+        ZEPHPLAY_Pause(player.h, 0);
+      }
+      std::this_thread::sleep_for(1ms);
+    }
+  }
+  EXPECT_GT(refusals, 0);
+  // The queue grew by the bytes while few frames were held, and refused once the slots ran out.
+  const auto log = LogText();
+  for (const char* line : {"ReAllocFrame <25% x8", "ReAllocFrame >80%"}) {
+    EXPECT_NE(log.find(std::string("CPlayerStream::InputVideoFrame ") + line), std::string::npos) << line;
+  }
+  // The decoder may keep the last pictures back until more input comes.
+  ASSERT_TRUE(WaitUntil([&] { return player.Decoded() + 3 >= reference.size(); }));
+  std::this_thread::sleep_for(100ms);
+  std::lock_guard<std::mutex> lock(player.m);
+  ASSERT_LE(player.pictures.size(), reference.size());
+  for (size_t i = 0; i < player.pictures.size(); ++i) {
+    ASSERT_TRUE(player.pictures[i] == reference[i]) << "picture " << i;
+  }
+}
+
+// Mode 2 shows at once; mode 0 (unpaced) holds pictures until the queued video spans the minimum
+// delay, and goes on showing when the stamps jump hours forward and back.
+TEST(StreamExports, ImmediateShowsAtOnceDelayWaitsForTheMinimum) {
+  const auto video = Video(100, 25);
+  for (uint32_t mode : {ZEPHPLAY_STREAM_IMMEDIATE, ZEPHPLAY_STREAM_DELAY}) {
+    SCOPED_TRACE(mode);
+    Player player(1 << 20, 1);
+    EXPECT_EQ(ZEPHPLAY_SetStreamMode(player.h, mode), 0);
+    for (int i = 0; i < 25; ++i) {  // one second
+      ASSERT_EQ(player.Push(video[i]), 0);
+    }
+    if (mode == ZEPHPLAY_STREAM_IMMEDIATE) {
+      EXPECT_TRUE(WaitUntil([&] { return player.Shown() != 0; }));
+      continue;
+    }
+    std::this_thread::sleep_for(400ms);
+    EXPECT_EQ(player.Shown(), 0u);
+    for (int i = 25; i < 60; ++i) {  // 2.4 s
+      ASSERT_EQ(player.Push(video[i]), 0);
+    }
+    EXPECT_TRUE(WaitUntil([&] { return player.Shown() >= kBase; }));
+    const uint64_t hours = 3600ull * 1000000 * 3;
+    for (int i = 0; i < 25; ++i) {
+      ASSERT_EQ(player.Push(video[i], kBase + hours), 0);
+    }
+    EXPECT_TRUE(WaitUntil([&] { return player.Shown() >= kBase + hours; }));
+    for (int i = 25; i < 50; ++i) {
+      ASSERT_EQ(player.Push(video[i], kBase - hours), 0);
+    }
+    EXPECT_TRUE(WaitUntil([&] { return player.Shown() < kBase; }));
+  }
+}
+
+// Mode 1 caches what arrives: seek by time and by stamp, step forward and back, played time
+// (whole seconds) and cached frames left.
+TEST(StreamExports, CachedModeSeeksAndSteps) {
+  const auto video = Video(100, 25);  // key frames at 0, 1, 2 and 3 s
+  Player player;
+  ASSERT_EQ(ZEPHPLAY_SetStreamMode(player.h, ZEPHPLAY_STREAM_CACHED), 0);
+  ASSERT_EQ(ZEPHPLAY_Pause(player.h, 1), 0);
+  for (const auto& f : video) {
+    ASSERT_EQ(player.Push(f), 0);
+  }
+  uint32_t left = 0;
+  EXPECT_TRUE(WaitUntil([&] { return ZEPHPLAY_GetVideoFrameNum(player.h, &left) == 0 && left > 90; }));
+  EXPECT_EQ(ZEPHPLAY_SetPlayTime(player.h, 2000), 0);
+  EXPECT_EQ(player.PlayTime(), 2u);
+  EXPECT_EQ(ZEPHPLAY_GetVideoFrameNum(player.h, &left), 0);
+  EXPECT_EQ(left, 49u);  // the key frame at 2 s was played
+  EXPECT_EQ(ZEPHPLAY_SetPlayTime(player.h, 3100), -1);
+  EXPECT_EQ(ZEPHPLAY_SeekIFramStamp(player.h, kBase + 2500000), 0);
+  EXPECT_EQ(player.PlayTime(), 3u);
+  EXPECT_EQ(ZEPHPLAY_SeekIFramStamp(player.h, kBase + 5000000), -1);
+  EXPECT_EQ(ZEPHPLAY_PlayOneFrameData(player.h, 0, 1), -1);  // no key frame after 3 s
+  EXPECT_EQ(ZEPHPLAY_PlayOneFrameData(player.h, 1, 0), 0);   // back to the one at 2 s
+  EXPECT_EQ(ZEPHPLAY_GetVideoFrameNum(player.h, &left), 0);
+  EXPECT_EQ(left, 49u);
+  EXPECT_EQ(ZEPHPLAY_PlayOneFrameData(player.h, 0, 0), 0);  // the next picture, key or not
+  EXPECT_EQ(ZEPHPLAY_GetVideoFrameNum(player.h, &left), 0);
+  EXPECT_EQ(left, 48u);
+  EXPECT_EQ(ZEPHPLAY_Pause(player.h, 0), 0);
+  EXPECT_TRUE(WaitUntil([&] { return ZEPHPLAY_GetVideoFrameNum(player.h, &left) == -1; }));
+  EXPECT_EQ(player.PlayTime(), 4u);  // the last frame's time, 3.96 s
+  EXPECT_GE(player.Shown(), kBase + 3000000);
+  // A mode change starts an empty cache.
+  EXPECT_EQ(ZEPHPLAY_SetStreamMode(player.h, ZEPHPLAY_STREAM_CACHED), 0);
+  EXPECT_EQ(ZEPHPLAY_SetPlayTime(player.h, 0), -1);
+}
+
+std::vector<uint8_t> Attr(uint32_t magic, uint32_t videoCodec, uint8_t picClass) {
+  std::vector<uint8_t> attr(ZEPHPLAY_STREAM_ATTR_SIZE, 0);
+  std::memcpy(attr.data(), &magic, 4);
+  std::memcpy(attr.data() + 4, &videoCodec, 4);
+  attr[100] = picClass;
+  return attr;
+}
+
+// The attribute's queue sizes, decoder kept or made again (with a reset), recording stopped by
+// a second attribute; short or foreign records ignored.
+TEST(StreamExports, StreamAttrSizesResetsAndStopsRecording) {
+  TempDir dir;
+  const auto video = Video(10, 10);
+  Player player(100000);
+  auto freeBytes = [&] {
+    uint32_t n = 0;
+    ZEPHPLAY_GetSourceBufferRemain(player.h, &n);
+    return n;
+  };
+  auto pushSome = [&] {
+    for (const auto& f : video) {
+      player.Push(f);
+    }
+  };
+  ZEPHPLAY_Pause(player.h, 1);
+  struct Step {
+    std::vector<uint8_t> attr;
+    uint32_t length;
+    bool emptied;
+    uint32_t capacity;
+  };
+  const Step steps[] = {{Attr(ZEPHPLAY_STREAM_ATTR_MAGIC, 0, 6), 283, false, 100000},
+                        {Attr(0x12345678, 0, 6), 284, false, 100000},
+                        {Attr(ZEPHPLAY_STREAM_ATTR_MAGIC, 0, 6), 284, true, 0x1800000},
+                        {Attr(ZEPHPLAY_STREAM_ATTR_MAGIC, 0, 6), 284, false, 0x1800000},
+                        {Attr(ZEPHPLAY_STREAM_ATTR_MAGIC, 0, 4), 284, true, 0x600000},
+                        {Attr(ZEPHPLAY_STREAM_ATTR_MAGIC, 4, 4), 300, true, 0x600000}};
+  for (size_t i = 0; i < std::size(steps); ++i) {
+    SCOPED_TRACE(i);
+    ZEPHPLAY_ResetStream(player.h);
+    pushSome();
+    ASSERT_EQ(ZEPHPLAY_StartPlayRecord(player.h, (dir.path() / "r.grec").c_str(), 1), 0);
+    const bool wasValid = i >= 3;  // the player holds a valid attribute from step 2 on
+    EXPECT_EQ(ZEPHPLAY_SetStreamAttr(player.h, steps[i].attr.data(), steps[i].length), 0);
+    const uint32_t held = steps[i].capacity - freeBytes();
+    EXPECT_EQ(held == 0, steps[i].emptied) << held;
+    EXPECT_EQ(ZEPHPLAY_GetPlayRecordStatus(player.h) == -1, steps[i].emptied || (wasValid && steps[i].length >= 284));
+    ZEPHPLAY_StopPlayRecord(player.h);
+  }
+  EXPECT_EQ(ZEPHPLAY_StopPlayRecord(player.h), 1);
+}
+
+// Recording started mid-stream at a key frame holds every frame pushed until it stops.
+TEST(StreamExports, RecordingHoldsEveryFramePushedMeanwhile) {
+  TempDir dir;
+  const std::string path = (dir.path() / "mid.grec").string();
+  const auto video = Video(75, 25);
+  Player player;
+  for (int i = 0; i < 25; ++i) {
+    ASSERT_EQ(player.Push(video[i]), 0);
+  }
+  EXPECT_EQ(ZEPHPLAY_GetPlayRecordStatus(player.h), -1);
+  ASSERT_EQ(ZEPHPLAY_StartPlayRecord(player.h, path.c_str(), 1), 0);
+  for (int i = 25; i < 60; ++i) {
+    ASSERT_EQ(player.Push(video[i]), 0);
+  }
+  EXPECT_GT(ZEPHPLAY_GetPlayRecordStatus(player.h), 512);
+  ASSERT_EQ(ZEPHPLAY_StopPlayRecord(player.h), 0);
+  for (int i = 60; i < 75; ++i) {
+    ASSERT_EQ(player.Push(video[i]), 0);
+  }
+  std::unique_ptr<zp::CRecFile> reader(zp::CRecFile::CreateRecFile(path.c_str()));
+  ASSERT_NE(reader, nullptr);
+  zp::FrameHead* frame = nullptr;
+  int i = 25;
+  while (reader->ReadFrame(&frame) == 0) {
+    ASSERT_LT(i, 60);
+    EXPECT_EQ(frame->nType, video[i].key ? 0x63643000u : 0x63643100u);
+    EXPECT_EQ(frame->u64Stamp, kBase + video[i].stampUs);
+    EXPECT_EQ(std::vector<uint8_t>(frame->pData, frame->pData + frame->nLength), video[i].data);
+    reader->ReleaseFrame(frame);
+    ++i;
+  }
+  EXPECT_EQ(i, 60);
+}
+
+// Input from one thread, control from another, close from a third; TSan watches and the
+// deadline catches a deadlock.
+TEST(StreamExports, InputControlAndCloseFromThreeThreads) {
+  TempDir dir;
+  const auto video = Video(50, 10);
+  const auto stream = zp::samples::MakeStream(zp::samples::MergeFrames(video, {}, 0), {});
+  const std::string rec = (dir.path() / "busy.grec").string();
+  Player player(1 << 16, 1);
+  auto run = std::async(std::launch::async, [&] {
+    std::atomic<bool> closed{false};
+    std::thread input([&] {
+      for (int round = 0; round < 30; ++round) {
+        for (const auto& piece : zp::samples::CutIntoPieces(stream.bytes, round, 5000)) {
+          ZEPHPLAY_InputStreamData(player.h, piece.data(), static_cast<uint32_t>(piece.size()));
+        }
+        for (const auto& f : video) {
+          player.Push(f, kBase + round * 2000000ull);
+        }
+      }
+    });
+    std::thread control([&] {
+      const auto attr = Attr(ZEPHPLAY_STREAM_ATTR_MAGIC, 0, static_cast<uint8_t>(4));
+      for (int i = 0; !closed || i < 200; ++i) {
+        uint32_t value = 0;
+        switch (i % 8) {
+          case 0: ZEPHPLAY_SetStreamMode(player.h, static_cast<uint32_t>(i / 8 % 3)); break;
+          case 1: ZEPHPLAY_ResetStream(player.h); break;
+          case 2: ZEPHPLAY_SetStreamAttr(player.h, attr.data(), static_cast<uint32_t>(attr.size())); break;
+          case 3: ZEPHPLAY_SeekIFramStamp(player.h, kBase + i * 10000ull); ZEPHPLAY_SetPlayTime(player.h, i); break;
+          case 4: ZEPHPLAY_PlayOneFrameData(player.h, i & 1, 0); ZEPHPLAY_Pause(player.h, i & 16); break;
+          case 5: ZEPHPLAY_StartPlayRecord(player.h, rec.c_str(), 1); ZEPHPLAY_GetPlayTime(player.h, &value); break;
+          case 6: ZEPHPLAY_StopPlayRecord(player.h); ZEPHPLAY_GetVideoFrameNum(player.h, &value); break;
+          default: ZEPHPLAY_SetDelayTime(player.h, 100, 500); ZEPHPLAY_SetPlayRate(player.h, i % 7 - 2); break;
+        }
+        if (i > 2000) {
+          break;
+        }
+      }
+    });
+    std::thread closer([&] {
+      std::this_thread::sleep_for(300ms);
+      ZEPHPLAY_CloseStream(player.h);
+      closed = true;
+    });
+    input.join();
+    control.join();
+    closer.join();
+    return ZEPHPLAY_CloseStream(player.h);
+  });
+  if (run.wait_for(120s) != std::future_status::ready) {
+    ADD_FAILURE() << "input, control or close did not finish in time";
+    std::_Exit(1);
+  }
+  EXPECT_EQ(run.get(), 0);
+}
+
+}  // namespace
