@@ -123,7 +123,9 @@ bool ParseOptions(int argc, char** argv, Options* o) {
 // One live stream: the handle, its input thread, the keys, the progress line and the summary.
 class LiveSession : public ToolSession {
  public:
-  LiveSession(const Options& o, StreamSource* source) : m_o(o), m_feeder(source) {}
+  // The player caches (mode 1) and records only frames handed to it whole.
+  LiveSession(const Options& o, StreamSource* source)
+      : m_o(o), m_feeder(source, o.mode == ZEPHPLAY_STREAM_CACHED || o.record != nullptr) {}
   ~LiveSession() override { Close(); }
 
   // False with the reason in *why when the player cannot be set up.

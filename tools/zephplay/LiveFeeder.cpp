@@ -11,11 +11,23 @@ namespace {
 
 constexpr uint32_t kReadWaitMs = 100;
 constexpr uint32_t kRetryMs = 10;
-// A file is read in pieces about the size of a network packet burst; a connection or a pipe
-// gives what has arrived.
+// A file is read in pieces about the size of a burst of network packets; a connection or a
+// pipe gives what has arrived.
 constexpr size_t kFilePiece = 4096;
 constexpr size_t kStreamPiece = 65536;
 constexpr int32_t kTryAgainLater = -3;
+
+// The player's frame types ("00dc", "01dc", "02dc", "09dc" as bytes), 0 for a kind it does not
+// take whole (auxiliary frames).
+uint32_t PlayerFrameType(const ScannedFrame& frame) {
+  if (frame.video) {
+    return frame.key ? 0x63643030 : 0x63643130;
+  }
+  if (frame.audio) {
+    return 0x63643230;
+  }
+  return frame.data ? 0x63643930 : 0;
+}
 
 }  // namespace
 
@@ -33,7 +45,7 @@ void LiveFeeder::Stop() {
 
 void LiveFeeder::Run() {
   std::vector<uint8_t> buffer(m_source->IsFile() ? kFilePiece : kStreamPiece);
-  std::string why = "stopped";
+  std::string why;
   m_startMs = ToolNowMs();
   while (!m_stop.load()) {
     size_t got = 0;
@@ -41,60 +53,79 @@ void LiveFeeder::Run() {
     if (result == StreamSource::Result::kEnd) {
       break;
     }
-    if (result == StreamSource::Result::kIdle) {
-      continue;
-    }
-    const PieceScan scan = Scan(buffer.data(), got);
-    if ((m_source->IsFile() && !Pace(scan)) || !Push(buffer.data(), got)) {
-      why = "stopped";
+    if (result == StreamSource::Result::kData &&
+        !(m_wholeFrames ? FeedFrames(buffer.data(), got) : FeedBytes(buffer.data(), got))) {
       break;
     }
-    Publish(scan, got);
   }
-  m_end = why;
+  m_end = m_stop.load() ? "stopped" : why;
   m_done.store(true, std::memory_order_release);
 }
 
-LiveFeeder::PieceScan LiveFeeder::Scan(const uint8_t* data, size_t length) {
-  PieceScan scan;
-  ScannedFrame frame;
-  size_t pos = 0;
-  while (pos < length) {
-    size_t used = 0;
-    const bool found = m_scanner.Next(data + pos, length - pos, &used, &frame);
-    pos += used;
-    if (!found) {
+bool LiveFeeder::FeedFrames(const uint8_t* data, size_t length) {
+  for (size_t pos = 0, used = 0; pos < length; pos += used) {
+    if (!m_assembler.Next(data + pos, length - pos, &used)) {
       continue;
     }
-    scan.video += frame.video ? 1 : 0;
-    scan.audio += frame.audio ? 1 : 0;
-    if (frame.video) {
-      scan.latestVideoUs = frame.stampUs;
+    const ScannedFrame& frame = m_assembler.Frame();
+    const uint32_t type = PlayerFrameType(frame);
+    if (type == 0) {
+      continue;
     }
-    if (frame.HasStamp()) {
-      scan.newestUs = scan.stamped ? std::max(scan.newestUs, frame.stampUs) : frame.stampUs;
-      scan.stamped = true;
-      uint64_t none = 0;
-      m_firstUs.compare_exchange_strong(none, frame.stampUs);
+    if (!Pace(frame) || !PushUntilTaken([&] {
+          return ZEPHPLAY_InputFrameData(m_handle, m_assembler.Payload(), frame.length, type, frame.stampUs);
+        })) {
+      return false;
     }
+    Publish(frame);
   }
-  return scan;
-}
-
-void LiveFeeder::Publish(const PieceScan& scan, size_t length) {
   m_bytes.fetch_add(length);
-  m_videoFrames.fetch_add(scan.video);
-  m_audioFrames.fetch_add(scan.audio);
-  if (scan.video > 0) {
-    m_latestVideoUs.store(scan.latestVideoUs);
+  return true;
+}
+
+bool LiveFeeder::FeedBytes(const uint8_t* data, size_t length) {
+  // The frames are counted as the bytes are handed over, and a file's piece waits for the
+  // newest stamp in it.
+  m_pieceFrames.clear();
+  for (size_t pos = 0, used = 0; pos < length; pos += used) {
+    if (m_assembler.Next(data + pos, length - pos, &used)) {
+      m_pieceFrames.push_back(m_assembler.Frame());
+    }
+  }
+  for (const ScannedFrame& frame : m_pieceFrames) {
+    if (!Pace(frame)) {
+      return false;
+    }
+  }
+  if (!PushUntilTaken([&] { return ZEPHPLAY_InputStreamData(m_handle, data, static_cast<uint32_t>(length)); })) {
+    return false;
+  }
+  for (const ScannedFrame& frame : m_pieceFrames) {
+    Publish(frame);
+  }
+  m_bytes.fetch_add(length);
+  return true;
+}
+
+void LiveFeeder::Publish(const ScannedFrame& frame) {
+  if (frame.video) {
+    m_videoFrames.fetch_add(1);
+    m_latestVideoUs.store(frame.stampUs);
+  }
+  if (frame.audio) {
+    m_audioFrames.fetch_add(1);
+  }
+  if (frame.HasStamp()) {
+    uint64_t none = 0;
+    m_firstUs.compare_exchange_strong(none, frame.stampUs);
   }
 }
 
-bool LiveFeeder::Pace(const PieceScan& scan) {
-  if (!scan.stamped) {
+bool LiveFeeder::Pace(const ScannedFrame& frame) {
+  if (!m_source->IsFile() || !frame.HasStamp()) {
     return true;
   }
-  const uint64_t due = m_pacer.DueMs(scan.newestUs);
+  const uint64_t due = m_pacer.DueMs(frame.stampUs);
   for (uint32_t elapsed = ToolNowMs() - m_startMs; elapsed < due; elapsed = ToolNowMs() - m_startMs) {
     if (!Sleep(static_cast<uint32_t>(std::min<uint64_t>(due - elapsed, kReadWaitMs)))) {
       return false;
@@ -103,11 +134,12 @@ bool LiveFeeder::Pace(const PieceScan& scan) {
   return true;
 }
 
-bool LiveFeeder::Push(const uint8_t* data, size_t length) {
+template <typename Push>
+bool LiveFeeder::PushUntilTaken(Push push) {
   uint32_t refusedSince = ToolNowMs();
-  while (ZEPHPLAY_InputStreamData(m_handle, data, static_cast<uint32_t>(length)) == kTryAgainLater) {
+  while (push() == kTryAgainLater) {
     if (ToolNowMs() - refusedSince > kStuckMs) {
-      // What the player holds is lost, but this piece and those after it get through.
+      // What the player holds is lost, but this input and what follows get through.
       ZEPHPLAY_ResetStream(m_handle);
       m_resets.fetch_add(1);
       refusedSince = ToolNowMs();

@@ -1,32 +1,38 @@
 #pragma once
-// The live command's input thread: reads the source, pushes the bytes into the stream player
-// (ZEPHPLAY_InputStreamData) and pushes them again after "try again later" (-3) until the player
-// takes them, so no byte is lost. It keeps its own count of what arrived, from the frame
-// headers: the player says what it shows, this says what it has been given.
+// The live command's input thread: reads the source and pushes what arrives into the stream
+// player, again after "try again later" (-3) until the player takes it, so nothing is lost. It
+// keeps its own count of what arrived, from the frames it finds: the player says what it shows,
+// this says what it has been given.
+//
+// Bytes go in as they arrived (ZEPHPLAY_InputStreamData), for the player to cut into frames;
+// in frame mode the feeder cuts them itself and hands over whole frames
+// (ZEPHPLAY_InputFrameData), which the player also caches (mode 1) and records: frames that the
+// player cuts from bytes reach neither its cache nor its recorder.
 #include <atomic>
 #include <cstdint>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "FrameAssembler.h"
 #include "StampPacer.h"
 #include "StreamSource.h"
-#include "TagScanner.h"
 #include "zephplay.h"
 
 class LiveFeeder {
  public:
-  // Refused this long without a break, the player is stuck on something it cannot cut into
-  // frames (a giant frame length in garbage): the stream is reset so that playing goes on.
+  // Refused this long without a break, the player is stuck on something it cannot take in:
+  // the stream is reset so that playing goes on.
   static constexpr uint32_t kStuckMs = 5000;
 
-  explicit LiveFeeder(StreamSource* source) : m_source(source) {}
+  LiveFeeder(StreamSource* source, bool wholeFrames) : m_source(source), m_wholeFrames(wholeFrames) {}
   ~LiveFeeder() { Stop(); }
   LiveFeeder(const LiveFeeder&) = delete;
   LiveFeeder& operator=(const LiveFeeder&) = delete;
 
   // Starts feeding the stream player of `handle`, which must outlive Stop.
   void Start(ZEPHPLAY_PLAYHANDLE* handle);
-  // Ends the thread; bytes the player has not taken yet are given up.
+  // Ends the thread; what the player has not taken yet is given up.
   void Stop();
 
   // True once the source has ended; EndReason then says how.
@@ -41,27 +47,24 @@ class LiveFeeder {
   uint32_t Resets() const { return m_resets.load(); }
 
  private:
-  // What one piece holds, published once the player has it.
-  struct PieceScan {
-    uint64_t latestVideoUs = 0;
-    uint64_t newestUs = 0;
-    bool stamped = false;
-    uint32_t video = 0;
-    uint32_t audio = 0;
-  };
-
   void Run();
-  PieceScan Scan(const uint8_t* data, size_t length);
-  void Publish(const PieceScan& scan, size_t length);
-  // Waits until a file's piece is due by its stamps; false when stopped meanwhile.
-  bool Pace(const PieceScan& scan);
-  // Pushes until the player takes the piece; false when stopped meanwhile.
-  bool Push(const uint8_t* data, size_t length);
+  // Pushes one piece as read; false when stopped meanwhile.
+  bool FeedBytes(const uint8_t* data, size_t length);
+  bool FeedFrames(const uint8_t* data, size_t length);
+  // Counts a whole frame as arrived.
+  void Publish(const ScannedFrame& frame);
+  // Waits until a file's frame is due by its stamp; false when stopped meanwhile.
+  bool Pace(const ScannedFrame& frame);
+  // Calls `push` until the player takes the data; false when stopped meanwhile.
+  template <typename Push>
+  bool PushUntilTaken(Push push);
   bool Sleep(uint32_t ms) const;
 
   ZEPHPLAY_PLAYHANDLE* m_handle = nullptr;
   StreamSource* m_source;
-  TagScanner m_scanner;
+  const bool m_wholeFrames;
+  FrameAssembler m_assembler;
+  std::vector<ScannedFrame> m_pieceFrames;  // the frames of the piece in hand
   StampPacer m_pacer{1.0};
   uint32_t m_startMs = 0;
   std::thread m_thread;

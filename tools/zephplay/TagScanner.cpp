@@ -46,6 +46,7 @@ bool TagScanner::FinishHead(ScannedFrame* frame) {
   frame->video = m_have == 32;
   frame->key = frame->video && m_head[1] == '0';
   frame->audio = m_head[1] == '2' || m_head[3] == 'b';
+  frame->data = m_head[1] == '9' && m_head[3] == 'c';
   if (frame->video || frame->audio) {
     frame->stampUs = ReadU64(m_head + (frame->video ? kVideoStampOffset : kAudioStampOffset));
   }

@@ -18,6 +18,7 @@ struct ScannedFrame {
   bool video = false;
   bool key = false;
   bool audio = false;
+  bool data = false;       // user data ("9dc")
 
   uint64_t End() const { return offset + headLength + length; }
   bool HasStamp() const { return video || audio; }
