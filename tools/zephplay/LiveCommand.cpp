@@ -43,6 +43,7 @@ struct Counters {
   std::atomic<uint32_t> decoded{0};
   std::atomic<uint32_t> shown{0};
   std::atomic<uint64_t> decodedUs{0};
+  std::atomic<uint64_t> shownUs{0};
 };
 
 void OnDecode(uint64_t user, const uint8_t*, const uint8_t*, const uint8_t*, int32_t, int32_t, int32_t, int32_t,
@@ -52,8 +53,12 @@ void OnDecode(uint64_t user, const uint8_t*, const uint8_t*, const uint8_t*, int
   counters->decoded.fetch_add(1, std::memory_order_relaxed);
 }
 
-void OnDisplay(uint64_t, uint32_t, uint32_t, uint64_t, uint32_t, uint32_t, uint64_t user) {
-  reinterpret_cast<Counters*>(user)->shown.fetch_add(1, std::memory_order_relaxed);
+// A stream player draws its last picture again now and then (repaints): only a new stamp counts.
+void OnDisplay(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t, uint64_t user) {
+  auto* counters = reinterpret_cast<Counters*>(user);
+  if (counters->shownUs.exchange(stamp, std::memory_order_relaxed) != stamp) {
+    counters->shown.fetch_add(1, std::memory_order_relaxed);
+  }
 }
 
 int Usage() {

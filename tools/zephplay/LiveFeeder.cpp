@@ -84,24 +84,31 @@ bool LiveFeeder::FeedFrames(const uint8_t* data, size_t length) {
 }
 
 bool LiveFeeder::FeedBytes(const uint8_t* data, size_t length) {
-  // The frames are counted as the bytes are handed over, and a file's piece waits for the
-  // newest stamp in it.
-  m_pieceFrames.clear();
+  // Handed over up to the end of each whole frame in the piece, which a file's frame reaches
+  // when its stamp is due; then the rest of the piece.
+  const uint64_t pieceOffset = m_bytes.load();
+  size_t handed = 0;
   for (size_t pos = 0, used = 0; pos < length; pos += used) {
-    if (m_assembler.Next(data + pos, length - pos, &used)) {
-      m_pieceFrames.push_back(m_assembler.Frame());
+    if (!m_assembler.Next(data + pos, length - pos, &used)) {
+      continue;
     }
-  }
-  for (const ScannedFrame& frame : m_pieceFrames) {
-    if (!Pace(frame)) {
+    const ScannedFrame frame = m_assembler.Frame();
+    const size_t end = static_cast<size_t>(frame.End() - pieceOffset);
+    if (!Pace(frame) || !PushBytes(data + handed, end - handed)) {
       return false;
     }
+    handed = end;
+    Publish(frame);
+  }
+  return PushBytes(data + handed, length - handed);
+}
+
+bool LiveFeeder::PushBytes(const uint8_t* data, size_t length) {
+  if (length == 0) {
+    return true;
   }
   if (!PushUntilTaken([&] { return ZEPHPLAY_InputStreamData(m_handle, data, static_cast<uint32_t>(length)); })) {
     return false;
-  }
-  for (const ScannedFrame& frame : m_pieceFrames) {
-    Publish(frame);
   }
   m_bytes.fetch_add(length);
   return true;

@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "FrameAssembler.h"
 #include "StampPacer.h"
@@ -48,9 +47,10 @@ class LiveFeeder {
 
  private:
   void Run();
-  // Pushes one piece as read; false when stopped meanwhile.
+  // Push one piece as read; false when stopped meanwhile.
   bool FeedBytes(const uint8_t* data, size_t length);
   bool FeedFrames(const uint8_t* data, size_t length);
+  bool PushBytes(const uint8_t* data, size_t length);
   // Counts a whole frame as arrived.
   void Publish(const ScannedFrame& frame);
   // Waits until a file's frame is due by its stamp; false when stopped meanwhile.
@@ -64,7 +64,6 @@ class LiveFeeder {
   StreamSource* m_source;
   const bool m_wholeFrames;
   FrameAssembler m_assembler;
-  std::vector<ScannedFrame> m_pieceFrames;  // the frames of the piece in hand
   StampPacer m_pacer{1.0};
   uint32_t m_startMs = 0;
   std::thread m_thread;
