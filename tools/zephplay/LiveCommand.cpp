@@ -304,7 +304,7 @@ class LiveSession : public ToolSession {
   uint32_t LatencyMs() {
     uint64_t shownUs = 0;
     const uint64_t latestUs = m_feeder.LatestVideoUs();
-    if (ZEPHPLAY_GetPlayStamp(m_handle, &shownUs) != 0 || shownUs == 0 || latestUs <= shownUs) {
+    if (m_counters.shown.load() == 0 || ZEPHPLAY_GetPlayStamp(m_handle, &shownUs) != 0 || latestUs <= shownUs) {
       return 0;
     }
     return static_cast<uint32_t>((latestUs - shownUs) / 1000);

@@ -1,10 +1,6 @@
 // zephplay send FILE --port N [options]: serves a tagged stream file, as a recorder sends its
 // live stream, to one client on 127.0.0.1, paced by the frames' stamps. Garbage between frames
 // goes out as it is; --drop and --jitter imitate a poor mobile network.
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,12 +17,13 @@
 #include "Commands.h"
 #include "ProgressLine.h"
 #include "StampPacer.h"
+#include "StreamServer.h"
 #include "TagScanner.h"
 #include "ToolSession.h"
 
 namespace {
 
-constexpr uint32_t kPollMs = 200;
+constexpr uint32_t kWaitSliceMs = 200;
 constexpr uint32_t kProgressMs = 250;
 constexpr uint64_t kDefaultGapUs = 40000;  // one picture at 25 per second
 
@@ -139,77 +136,10 @@ uint64_t LoopPeriodUs(const std::vector<Piece>& pieces) {
   return (low <= high ? high - low : 0) + std::max<uint64_t>(gap, 1);
 }
 
-// The listening socket on 127.0.0.1 and the one client it takes.
-class Server {
- public:
-  ~Server() {
-    for (int fd : {m_listener, m_client}) {
-      if (fd >= 0) {
-        close(fd);
-      }
-    }
-  }
-
-  // Listens on `port` (0: any free port); false with the reason. *bound: the port in use.
-  bool Listen(long port, long* bound, std::string* why) {
-    m_listener = socket(AF_INET, SOCK_STREAM, 0);
-    const int yes = 1;
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(static_cast<uint16_t>(port));
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof(address);
-    if (m_listener < 0 || setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes)) != 0 ||
-        bind(m_listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 || listen(m_listener, 1) != 0 ||
-        getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
-      *why = std::strerror(errno);
-      return false;
-    }
-    *bound = ntohs(address.sin_port);
-    return true;
-  }
-
-  // Waits for the client; false on Ctrl-C.
-  bool Accept() {
-    pollfd waiting{m_listener, POLLIN, 0};
-    while (!ToolInterrupted()) {
-      if (poll(&waiting, 1, kPollMs) > 0) {
-        m_client = accept(m_listener, nullptr, nullptr);
-        if (m_client >= 0) {
-          close(m_listener);
-          m_listener = -1;
-          return true;
-        }
-      }
-    }
-    return false;
-  }
-
-  // Sends all of `data`; false when the client has gone.
-  bool Write(const uint8_t* data, size_t length) {
-    while (length > 0) {
-      const ssize_t sent = send(m_client, data, length, MSG_NOSIGNAL);
-      if (sent < 0 && errno == EINTR) {
-        continue;
-      }
-      if (sent <= 0) {
-        return false;
-      }
-      data += sent;
-      length -= static_cast<size_t>(sent);
-    }
-    return true;
-  }
-
- private:
-  int m_listener = -1;
-  int m_client = -1;
-};
-
 // Sends the pieces on time, losing and delaying some as asked, and counts what went out.
 class Sender {
  public:
-  Sender(const Options& o, const std::vector<uint8_t>& bytes, Server* server)
+  Sender(const Options& o, const std::vector<uint8_t>& bytes, StreamServer* server)
       : m_o(o), m_bytes(bytes), m_server(server), m_pacer(o.speed), m_random(o.seed) {}
 
   // One pass over the pieces with the stamps moved on by shiftUs; false when the client left
@@ -258,7 +188,7 @@ class Sender {
       if (elapsed >= dueMs) {
         return true;
       }
-      usleep(static_cast<useconds_t>(std::min<uint64_t>(dueMs - elapsed, kPollMs) * 1000));
+      usleep(static_cast<useconds_t>(std::min<uint64_t>(dueMs - elapsed, kWaitSliceMs) * 1000));
     }
   }
 
@@ -314,7 +244,7 @@ class Sender {
 
   const Options& m_o;
   const std::vector<uint8_t>& m_bytes;
-  Server* m_server;
+  StreamServer* m_server;
   StampPacer m_pacer;
   std::mt19937 m_random;
   ProgressLine m_progress;
@@ -350,7 +280,7 @@ int RunSend(int argc, char** argv) {
     return Fail(o.file, "empty file");
   }
   CatchInterrupt();
-  Server server;
+  StreamServer server;
   long port = 0;
   if (std::string why; !server.Listen(o.port, &port, &why)) {
     return Fail(o.file, "cannot listen on 127.0.0.1:" + std::to_string(o.port) + ": " + why);
