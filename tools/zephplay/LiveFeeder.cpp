@@ -53,13 +53,25 @@ void LiveFeeder::Run() {
     if (result == StreamSource::Result::kEnd) {
       break;
     }
-    if (result == StreamSource::Result::kData &&
-        !(m_wholeFrames ? FeedFrames(buffer.data(), got) : FeedBytes(buffer.data(), got))) {
+    if (result == StreamSource::Result::kIdle) {
+      PassHeldFrames();
+      continue;
+    }
+    if (!(m_wholeFrames ? FeedFrames(buffer.data(), got) : FeedBytes(buffer.data(), got))) {
       break;
     }
   }
   m_end = m_stop.load() ? "stopped" : why;
   m_done.store(true, std::memory_order_release);
+  while (Sleep(kReadWaitMs)) {
+    PassHeldFrames();
+  }
+}
+
+void LiveFeeder::PassHeldFrames() {
+  if (!m_wholeFrames) {
+    ZEPHPLAY_InputStreamData(m_handle, nullptr, 0);
+  }
 }
 
 bool LiveFeeder::FeedFrames(const uint8_t* data, size_t length) {

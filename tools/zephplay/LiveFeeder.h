@@ -31,7 +31,8 @@ class LiveFeeder {
 
   // Starts feeding the stream player of `handle`, which must outlive Stop.
   void Start(ZEPHPLAY_PLAYHANDLE* handle);
-  // Ends the thread; what the player has not taken yet is given up.
+  // Ends the thread (it runs past the end of the source, to pass on frames the player holds
+  // back); what the player has not taken yet is given up.
   void Stop();
 
   // True once the source has ended; EndReason then says how.
@@ -51,6 +52,9 @@ class LiveFeeder {
   bool FeedBytes(const uint8_t* data, size_t length);
   bool FeedFrames(const uint8_t* data, size_t length);
   bool PushBytes(const uint8_t* data, size_t length);
+  // Frames cut from bytes that the player had no room for wait in it for the next input; while
+  // none comes (and after the end) an empty input passes them on.
+  void PassHeldFrames();
   // Counts a whole frame as arrived.
   void Publish(const ScannedFrame& frame);
   // Waits until a file's frame is due by its stamp; false when stopped meanwhile.
