@@ -41,18 +41,18 @@ StreamSource::~StreamSource() {
   }
 }
 
-bool StreamSource::Open(const std::string& spec, std::string* why) {
-  if (spec.rfind("tcp://", 0) == 0) {
+bool StreamSource::Open(const std::string& name, std::string* why) {
+  if (name.rfind("tcp://", 0) == 0) {
     m_kind = Kind::kTcp;
-    return Connect(spec.substr(6), why);
+    return Connect(name.substr(6), why);
   }
-  if (spec == "-") {
+  if (name == "-") {
     m_kind = Kind::kStdin;
     m_fd = STDIN_FILENO;
     return true;
   }
   m_kind = Kind::kFile;
-  m_fd = open(spec.c_str(), O_RDONLY);
+  m_fd = open(name.c_str(), O_RDONLY);
   if (m_fd < 0) {
     *why = std::strerror(errno);
     return false;

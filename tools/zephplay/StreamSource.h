@@ -16,7 +16,7 @@ class StreamSource {
 
   // Opens the source; false with the reason. A connection refused is tried again for a few
   // seconds, so the receiver may start before the sender listens.
-  bool Open(const std::string& spec, std::string* why);
+  bool Open(const std::string& name, std::string* why);
   bool IsFile() const { return m_kind == Kind::kFile; }
   // Reads what has arrived within timeoutMs: kData (*got bytes), kIdle (nothing yet) or kEnd
   // (the end of the stream or a broken connection; *why says which).
