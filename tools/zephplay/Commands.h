@@ -6,3 +6,5 @@ int RunPlay(int argc, char** argv);
 int RunInfo(int argc, char** argv);
 int RunTalk(int argc, char** argv);
 int RunAfp(int argc, char** argv);
+int RunSend(int argc, char** argv);
+int RunLive(int argc, char** argv);

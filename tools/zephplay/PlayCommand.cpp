@@ -1,13 +1,9 @@
 // zephplay play FILE [options]: plays a GREC recording or a vendor .mpg file, in a window of
 // its own (handed to the library as a native window, as an embedding program does) or headless.
-#include <SDL2/SDL.h>
-#include <SDL2/SDL_syswm.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
-#include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,11 +11,13 @@
 #include <vector>
 
 #include "Commands.h"
+#include "ProgressLine.h"
+#include "ToolSession.h"
+#include "ToolWindow.h"
 #include "zephplay.h"
 
 namespace {
 
-constexpr uint32_t kTickMs = 50;
 constexpr uint32_t kSeekStepMs = 10000;
 constexpr uint32_t kStallMs = 10000;  // no picture and no end for this long: give up
 constexpr int32_t kRateMin = -4;
@@ -48,8 +46,6 @@ struct Counters {
   std::atomic<uint32_t> shown{0};
   std::atomic<bool> ended{false};
 };
-
-std::atomic<bool> g_interrupted{false};
 
 void OnDecode(uint64_t user, const uint8_t*, const uint8_t*, const uint8_t*, int32_t, int32_t, int32_t,
                        int32_t, int32_t, uint64_t) {
@@ -129,42 +125,11 @@ bool ParseOptions(int argc, char** argv, Options* o) {
   return o->file != nullptr;
 }
 
-// The tool's own window, handed to the library by its native handle.
-class ToolWindow {
- public:
-  ~ToolWindow() {
-    if (m_window != nullptr) {
-      SDL_DestroyWindow(m_window);
-      SDL_QuitSubSystem(SDL_INIT_VIDEO);
-    }
-  }
-  // False (with the reason in *why) when no window can be made here.
-  bool Open(const char* title, uint32_t width, uint32_t height, void** native, std::string* why) {
-    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
-      *why = SDL_GetError();
-      return false;
-    }
-    m_window = SDL_CreateWindow(title, SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, width != 0 ? width : 640,
-                                height != 0 ? height : 360, SDL_WINDOW_RESIZABLE);
-    SDL_SysWMinfo wm;
-    SDL_VERSION(&wm.version);
-    if (m_window == nullptr || !SDL_GetWindowWMInfo(m_window, &wm) || wm.subsystem != SDL_SYSWM_X11) {
-      *why = m_window == nullptr ? SDL_GetError() : "not an X11 window";
-      return false;
-    }
-    *native = reinterpret_cast<void*>(static_cast<uintptr_t>(wm.info.x11.window));
-    return true;
-  }
-
- private:
-  SDL_Window* m_window = nullptr;
-};
-
 // One playback: the handle, its callbacks, the keys, the progress line and the summary.
-class Session {
+class Session : public ToolSession {
  public:
   Session(const Options& o, const ZEPHPLAY_MEDIA_INFO& media) : m_o(o), m_media(media), m_rate(o.rate) {}
-  ~Session() {
+  ~Session() override {
     if (m_handle != nullptr) {
       ZEPHPLAY_ClosePlayHandle(m_handle);
     }
@@ -207,7 +172,7 @@ class Session {
   }
 
   // One pass of the main loop; false when playback is over.
-  bool Tick(uint32_t nowMs) {
+  bool Tick(uint32_t nowMs) override {
     const uint32_t shown = m_counters.shown.load();
     if (shown != m_lastShown || m_paused || m_lastProgressMs == 0) {
       m_lastShown = shown;
@@ -229,11 +194,11 @@ class Session {
       m_failed = true;
       return false;
     }
-    return !g_interrupted.load();
+    return !ToolInterrupted();
   }
 
   // Handles one key; false for quit.
-  bool Key(SDL_Keycode key) {
+  bool Key(SDL_Keycode key) override {
     switch (key) {
       case SDLK_q:
         m_end = "quit";
@@ -268,10 +233,10 @@ class Session {
     return true;
   }
 
-  void WindowResized() { ZEPHPLAY_AdjustedWndRect(m_handle); }
+  void WindowResized() override { ZEPHPLAY_AdjustedWndRect(m_handle); }
 
   // The summary line; the exit code.
-  int Finish() {
+  int Finish() override {
     PrintProgress(true);
     const uint32_t shown = m_counters.shown.load();
     const uint32_t decoded = m_counters.decoded.load();
@@ -311,7 +276,7 @@ class Session {
   void Capture(const std::string& path) {
     const bool bmp = path.size() > 4 && path.compare(path.size() - 4, 4, ".bmp") == 0;
     const int32_t result = bmp ? ZEPHPLAY_CaptureBMP(m_handle, path.c_str()) : ZEPHPLAY_CaptureJPEG(m_handle, path.c_str());
-    ClearProgress();
+    m_progress.Clear();
     std::fprintf(stderr, result == 0 ? "snapshot %s\n" : "snapshot %s failed\n", path.c_str());
   }
 
@@ -333,43 +298,28 @@ class Session {
     m_pausedAtMark = true;
     m_paused = true;
     ZEPHPLAY_Pause(m_handle, 1);
-    ClearProgress();
+    m_progress.Clear();
     std::printf("paused at %u ms\n", Position());
     std::fflush(stdout);
   }
 
-  void ClearProgress() {
-    if (m_progressShown) {
-      std::fprintf(stderr, "\r\033[K");
-      m_progressShown = false;
-    }
-  }
-
-  // The progress line, on a terminal only (it rewrites itself).
   void PrintProgress(bool last) {
-    if (!isatty(STDERR_FILENO)) {
-      return;
-    }
     const uint32_t shown = m_counters.shown.load();
     const uint32_t decoded = m_counters.decoded.load();
-    std::fprintf(stderr, "\r\033[K%7.1f / %.1f s  shown %u  dropped %u  rate %d%s", Position() / 1000.0,
-                 m_durationMs / 1000.0, shown, decoded > shown + 2 ? decoded - shown - 2 : 0, m_rate,
-                 m_paused ? "  paused" : "");
-    m_progressShown = !last;
-    if (last) {
-      std::fprintf(stderr, "\n");
-    }
+    m_progress.Print(last, "%7.1f / %.1f s  shown %u  dropped %u  rate %d%s", Position() / 1000.0,
+                     m_durationMs / 1000.0, shown, decoded > shown + 2 ? decoded - shown - 2 : 0, m_rate,
+                     m_paused ? "  paused" : "");
   }
 
   Options m_o;
   const ZEPHPLAY_MEDIA_INFO& m_media;
   ZEPHPLAY_PLAYHANDLE* m_handle = nullptr;
   Counters m_counters;
+  ProgressLine m_progress;
   int32_t m_rate;
   bool m_paused = false;
   bool m_pausedAtMark = false;
   bool m_failed = false;
-  bool m_progressShown = false;
   uint32_t m_durationMs = 0;
   uint32_t m_lastPositionMs = 0;
   uint32_t m_lastShown = 0;
@@ -398,36 +348,6 @@ std::string CheckFile(const char* file, ZEPHPLAY_MEDIA_INFO* media) {
   return "";
 }
 
-uint32_t Now() {
-  using namespace std::chrono;
-  return static_cast<uint32_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
-}
-
-int RunWindowed(Session* session) {
-  SDL_Event event;
-  while (session->Tick(Now())) {
-    if (SDL_WaitEventTimeout(&event, kTickMs) == 0) {
-      continue;
-    }
-    do {
-      if (event.type == SDL_QUIT || (event.type == SDL_KEYDOWN && !session->Key(event.key.keysym.sym))) {
-        return session->Finish();
-      }
-      if (event.type == SDL_WINDOWEVENT && event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED) {
-        session->WindowResized();
-      }
-    } while (SDL_PollEvent(&event) != 0);
-  }
-  return session->Finish();
-}
-
-int RunHeadless(Session* session) {
-  while (session->Tick(Now())) {
-    usleep(kTickMs * 1000);
-  }
-  return session->Finish();
-}
-
 }  // namespace
 
 int RunPlay(int argc, char** argv) {
@@ -439,20 +359,12 @@ int RunPlay(int argc, char** argv) {
   if (const std::string why = CheckFile(o.file, &media); !why.empty()) {
     return Fail(o.file, why);
   }
-  std::signal(SIGINT, [](int) { g_interrupted.store(true); });
-  const char* display = std::getenv("DISPLAY");
+  CatchInterrupt();
   ToolWindow window;
-  void* native = nullptr;
-  if (!o.headless && display != nullptr && display[0] != '\0') {
-    std::string why;
-    if (!window.Open(o.file, media.nWidth, media.nHeight, &native, &why)) {
-      std::fprintf(stderr, "zephplay: no window (%s), playing headless\n", why.c_str());
-      native = nullptr;
-    }
-  }
+  void* native = OpenToolWindow(&window, o.headless, o.file, media.nWidth, media.nHeight);
   Session session(o, media);
   if (std::string why; !session.Start(native, &why)) {
     return Fail(o.file, why);
   }
-  return native != nullptr ? RunWindowed(&session) : RunHeadless(&session);
+  return RunToolSession(&session, native != nullptr);
 }

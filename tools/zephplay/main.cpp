@@ -19,6 +19,8 @@ constexpr Command kCommands[] = {
     {"info", RunInfo, "info [FILE [--json]] the version and the configuration loaded, or what FILE holds"},
     {"talk", RunTalk, "talk --codec NAME    capture, encode and write talk-back (--help for more)"},
     {"afp", RunAfp, "afp FILE.aac         plays an AAC (ADTS) file with a progress bar"},
+    {"send", RunSend, "send FILE --port N   serves a tagged stream file on 127.0.0.1 as a recorder would (--help)"},
+    {"live", RunLive, "live SOURCE          plays a live stream: tcp://HOST:PORT, a file or - (--help)"},
 };
 
 int Usage() {

@@ -1,0 +1,24 @@
+#pragma once
+// Puts together whole frames (header fields and payload) from stream bytes arriving in pieces
+// of any size, skipping garbage between frames (TagScanner).
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "TagScanner.h"
+
+class FrameAssembler {
+ public:
+  // Consumes bytes of `data` until a frame is whole (true: Frame and Payload hold it until the
+  // next call) or the bytes run out (false). *used: bytes consumed.
+  bool Next(const uint8_t* data, size_t length, size_t* used);
+  const ScannedFrame& Frame() const { return m_frame; }
+  const uint8_t* Payload() const { return m_payload.data(); }
+
+ private:
+  TagScanner m_scanner;
+  ScannedFrame m_frame;
+  std::vector<uint8_t> m_payload;  // grows to the largest frame seen, then stays
+  bool m_collecting = false;
+  uint32_t m_have = 0;
+};
