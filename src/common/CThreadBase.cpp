@@ -37,6 +37,12 @@ void CThreadBase::Entry(std::shared_ptr<State> state, ThreadFunc fn, void* arg) 
   state->exited.Set();
 }
 
+void CThreadBase::RequestStop() {
+  if (m_hThread != nullptr) {
+    m_state->stopEvent.Set();
+  }
+}
+
 bool CThreadBase::Stop(uint32_t timeoutMs) {
   if (m_hThread == nullptr) {
     return false;

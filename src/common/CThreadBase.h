@@ -30,6 +30,9 @@ class CThreadBase {
   bool Start(ThreadFunc fn, void* arg);
   // False when no thread runs; otherwise stops it (see above) and returns true.
   bool Stop(uint32_t timeoutMs);
+  // Signals the stop event without waiting, so that a waker can rouse the worker after it;
+  // nothing when no thread runs.
+  void RequestStop();
 
   bool IsRunning() const { return m_hThread != nullptr; }
   uint32_t ThreadId() const { return m_nThreadId; }

@@ -20,6 +20,10 @@ constexpr uint32_t kUserDataKind = 0x63643900;
 constexpr uint32_t kDataGroup = 0x63643930;
 constexpr uint32_t kEmptyRingWaitMs = 20;
 constexpr uint32_t kDecodeWaitMs = 1;
+// Waits for room in the ring or for a queued frame end early on the signal that brings it (a
+// picture taken, a clear, a frame queued, a stop), so a long timeout only bounds a lost signal
+// and keeps a paused or starved player from waking a thousand times a second.
+constexpr uint32_t kSignalledWaitMs = 100;
 
 // The player whose thread (play, decode, or its PCM callback on the sound thread) this is.
 thread_local const CBasePlayer* t_pOwnPlayer = nullptr;
@@ -513,7 +517,9 @@ bool CBasePlayer::StopThreads() {
     LogError("%s refused on the player's own thread", "CBasePlayer::StopThreads");
     return false;
   }
-  // Wakes the loops early; they see the stop event at their next check.
+  // The stop first, then the wake-ups: a loop woken before the stop is set would wait again.
+  m_PlayThread.RequestStop();
+  m_DecodeThread.RequestStop();
   m_playWake.Notify();
   m_decodeWake.Notify();
   m_PlayThread.Stop(platform::kInfinite);
@@ -571,7 +577,7 @@ bool CBasePlayer::DecodePass() {
   }
   if (m_PictureRing.IsFull() && !RingFullPass()) {
     if (m_PictureRing.IsFull()) {
-      m_decodeWake.Wait(kDecodeWaitMs);
+      m_decodeWake.Wait(kSignalledWaitMs);
     }
     return true;
   }
@@ -583,7 +589,7 @@ bool CBasePlayer::DecodePass() {
   }
   if (m_VideoFrames.GetFrameNum() == 0) {
     if (!DrainAtEnd()) {
-      m_decodeWake.Wait(kDecodeWaitMs);
+      m_decodeWake.Wait(kSignalledWaitMs);
     }
     return true;
   }
@@ -678,7 +684,7 @@ void CBasePlayer::PushWhenRoom(const PictureInfo& picture, uint64_t u64Stamp, ui
         m_DecodeThread.WaitStop(0)) {
       return;
     }
-    m_decodeWake.Wait(kDecodeWaitMs);
+    m_decodeWake.Wait(kSignalledWaitMs);
   }
   m_playWake.Notify();
 }

@@ -13,7 +13,9 @@ namespace {
 
 constexpr uint32_t kUserDataType = 0x63643900;
 constexpr uint32_t kUnknownDataType = 0x63643939;
-constexpr uint32_t kPlayPausedWaitMs = 10;
+// Pause, steps, seeks and the stop all wake the play loop, so a paused one only looks up now
+// and then.
+constexpr uint32_t kPlayPausedWaitMs = 100;
 constexpr uint32_t kPlayIdleWaitMs = 10;
 constexpr uint32_t kBackwardEndWaitMs = 100;
 constexpr uint32_t kDecoderTypeH264 = 0;

@@ -1,0 +1,105 @@
+#include "PlayerProbe.h"
+
+#include <chrono>
+#include <cstdlib>
+
+#include "ProcessStats.h"
+
+namespace zp::bench {
+
+namespace {
+
+// Headless: no window, and no sound device is ever opened (sound stays off).
+void InitializeOnce() {
+  static const bool done = [] {
+    setenv("SDL_AUDIODRIVER", "dummy", 0);
+    return ZEPHPLAY_Initialize() == 0;
+  }();
+  (void)done;
+}
+
+std::chrono::duration<double> Seconds(double s) { return std::chrono::duration<double>(s); }
+
+}  // namespace
+
+PlayerProbe::PlayerProbe(size_t capacity) {
+  m_decoded.reserve(capacity);
+  m_displayed.reserve(capacity);
+}
+
+PlayerProbe::~PlayerProbe() {
+  if (m_handle != nullptr) {
+    ZEPHPLAY_Stop(m_handle);
+    ZEPHPLAY_ClosePlayHandle(m_handle);
+  }
+}
+
+bool PlayerProbe::Open(const std::string& path) {
+  InitializeOnce();
+  if (ZEPHPLAY_OpenPlayHandle(&m_handle) != 0 || m_handle == nullptr) {
+    m_handle = nullptr;
+    return false;
+  }
+  const uint64_t self = reinterpret_cast<uint64_t>(this);
+  ZEPHPLAY_RECORD_INFO info{};
+  return ZEPHPLAY_OpenFile(m_handle, path.c_str(), 0) == 0 && ZEPHPLAY_GetFileInfo(m_handle, &info) == 0 &&
+         ZEPHPLAY_SetDecCallBack(m_handle, self, &PlayerProbe::OnDecoded) == 0 &&
+         ZEPHPLAY_SetDisplayCallBack(m_handle, self, &PlayerProbe::OnDisplayed) == 0 &&
+         ZEPHPLAY_SetEndCallBack(m_handle, self, &PlayerProbe::OnEnd) == 0;
+}
+
+bool PlayerProbe::WaitEnd(double seconds, double* pAt) {
+  std::unique_lock<std::mutex> lock(m_lock);
+  if (!m_changed.wait_for(lock, Seconds(seconds), [this] { return m_ended; })) {
+    return false;
+  }
+  *pAt = m_endSeconds;
+  return true;
+}
+
+bool PlayerProbe::WaitDisplayed(size_t count, double seconds) {
+  std::unique_lock<std::mutex> lock(m_lock);
+  return m_changed.wait_for(lock, Seconds(seconds), [&] { return m_displayed.size() >= count; });
+}
+
+std::vector<PlayerProbe::Event> PlayerProbe::Decoded() {
+  std::lock_guard<std::mutex> lock(m_lock);
+  return m_decoded;
+}
+
+std::vector<PlayerProbe::Event> PlayerProbe::Displayed() {
+  std::lock_guard<std::mutex> lock(m_lock);
+  return m_displayed;
+}
+
+// Past the reserved capacity notes are dropped, never allocated for.
+void PlayerProbe::Note(std::vector<Event>* pEvents, uint64_t stampUs) {
+  const double now = WallSeconds();
+  std::lock_guard<std::mutex> lock(m_lock);
+  if (pEvents->size() < pEvents->capacity()) {
+    pEvents->push_back({stampUs, now});
+  }
+  m_changed.notify_all();
+}
+
+void PlayerProbe::OnDecoded(uint64_t user, const uint8_t*, const uint8_t*, const uint8_t*, int32_t, int32_t, int32_t,
+                            int32_t, int32_t, uint64_t stamp) {
+  auto* self = reinterpret_cast<PlayerProbe*>(user);
+  self->Note(&self->m_decoded, stamp);
+}
+
+void PlayerProbe::OnDisplayed(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t, uint64_t user) {
+  auto* self = reinterpret_cast<PlayerProbe*>(user);
+  self->Note(&self->m_displayed, stamp);
+}
+
+void PlayerProbe::OnEnd(uint32_t, uint64_t user) {
+  auto* self = reinterpret_cast<PlayerProbe*>(user);
+  const double now = WallSeconds();
+  std::lock_guard<std::mutex> lock(self->m_lock);
+  self->m_ended = true;
+  self->m_endSeconds = now;
+  self->m_changed.notify_all();
+}
+
+}  // namespace zp::bench
