@@ -34,18 +34,30 @@ PlayerProbe::~PlayerProbe() {
   }
 }
 
-bool PlayerProbe::Open(const std::string& path) {
+bool PlayerProbe::OpenHandle() {
   InitializeOnce();
   if (ZEPHPLAY_OpenPlayHandle(&m_handle) != 0 || m_handle == nullptr) {
     m_handle = nullptr;
     return false;
   }
+  return true;
+}
+
+bool PlayerProbe::SetCallbacks() {
   const uint64_t self = reinterpret_cast<uint64_t>(this);
-  ZEPHPLAY_RECORD_INFO info{};
-  return ZEPHPLAY_OpenFile(m_handle, path.c_str(), 0) == 0 && ZEPHPLAY_GetFileInfo(m_handle, &info) == 0 &&
-         ZEPHPLAY_SetDecCallBack(m_handle, self, &PlayerProbe::OnDecoded) == 0 &&
+  return ZEPHPLAY_SetDecCallBack(m_handle, self, &PlayerProbe::OnDecoded) == 0 &&
          ZEPHPLAY_SetDisplayCallBack(m_handle, self, &PlayerProbe::OnDisplayed) == 0 &&
          ZEPHPLAY_SetEndCallBack(m_handle, self, &PlayerProbe::OnEnd) == 0;
+}
+
+bool PlayerProbe::Open(const std::string& path) {
+  ZEPHPLAY_RECORD_INFO info{};
+  return OpenHandle() && ZEPHPLAY_OpenFile(m_handle, path.c_str(), 0) == 0 &&
+         ZEPHPLAY_GetFileInfo(m_handle, &info) == 0 && SetCallbacks();
+}
+
+bool PlayerProbe::OpenStream(uint32_t videoQueueBytes, uint32_t unpaced) {
+  return OpenHandle() && ZEPHPLAY_OpenStream(m_handle, nullptr, 0, videoQueueBytes, unpaced) == 0 && SetCallbacks();
 }
 
 bool PlayerProbe::WaitEnd(double seconds, double* pAt) {
