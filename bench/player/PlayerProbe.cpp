@@ -43,21 +43,22 @@ bool PlayerProbe::OpenHandle() {
   return true;
 }
 
-bool PlayerProbe::SetCallbacks() {
+bool PlayerProbe::SetPictureCallbacks() {
   const uint64_t self = reinterpret_cast<uint64_t>(this);
   return ZEPHPLAY_SetDecCallBack(m_handle, self, &PlayerProbe::OnDecoded) == 0 &&
-         ZEPHPLAY_SetDisplayCallBack(m_handle, self, &PlayerProbe::OnDisplayed) == 0 &&
-         ZEPHPLAY_SetEndCallBack(m_handle, self, &PlayerProbe::OnEnd) == 0;
+         ZEPHPLAY_SetDisplayCallBack(m_handle, self, &PlayerProbe::OnDisplayed) == 0;
 }
 
 bool PlayerProbe::Open(const std::string& path) {
   ZEPHPLAY_RECORD_INFO info{};
   return OpenHandle() && ZEPHPLAY_OpenFile(m_handle, path.c_str(), 0) == 0 &&
-         ZEPHPLAY_GetFileInfo(m_handle, &info) == 0 && SetCallbacks();
+         ZEPHPLAY_GetFileInfo(m_handle, &info) == 0 && SetPictureCallbacks() &&
+         ZEPHPLAY_SetEndCallBack(m_handle, reinterpret_cast<uint64_t>(this), &PlayerProbe::OnEnd) == 0;
 }
 
 bool PlayerProbe::OpenStream(uint32_t videoQueueBytes, uint32_t unpaced) {
-  return OpenHandle() && ZEPHPLAY_OpenStream(m_handle, nullptr, 0, videoQueueBytes, unpaced) == 0 && SetCallbacks();
+  return OpenHandle() && ZEPHPLAY_OpenStream(m_handle, nullptr, 0, videoQueueBytes, unpaced) == 0 &&
+         SetPictureCallbacks();
 }
 
 bool PlayerProbe::WaitEnd(double seconds, double* pAt) {

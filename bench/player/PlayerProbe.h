@@ -27,7 +27,7 @@ class PlayerProbe {
   // A play handle with the file open and the callbacks set; false when any step fails.
   bool Open(const std::string& path);
   // A play handle with a stream player (ZEPHPLAY_OpenStream, whose threads start at once) and
-  // the callbacks set; false when any step fails.
+  // the decode and display callbacks set (a stream has no end); false when any step fails.
   bool OpenStream(uint32_t videoQueueBytes, uint32_t unpaced);
   ZEPHPLAY_PLAYHANDLE* Handle() const { return m_handle; }
 
@@ -47,7 +47,7 @@ class PlayerProbe {
                                         uint64_t user);
   static void ZEPHPLAY_CALL OnEnd(uint32_t, uint64_t user);
   bool OpenHandle();
-  bool SetCallbacks();
+  bool SetPictureCallbacks();
   void Note(std::vector<Event>* pEvents, uint64_t stampUs);
 
   ZEPHPLAY_PLAYHANDLE* m_handle = nullptr;
