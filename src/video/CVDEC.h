@@ -17,7 +17,7 @@ namespace zp {
 //    DecodeData() (valid until the next DecodeOneFrame or UnInit), the picture callback has
 //    been called with it, and the size callback when its size changed. 0 otherwise: no error
 //    is reported beyond that, the owner simply feeds the next frame.
-//  - Frames before the first key frame (type kKeyFrameType) are dropped.
+//  - Frames before the first key frame (type kKeyFrameType, any sub-code) are dropped.
 //  - Captures, GetPicture and the drawing operations may come from other threads; they take
 //    the picture lock.
 class CVDEC {
@@ -84,7 +84,8 @@ class CVDEC {
   uint32_t DxvaFailed() const { return m_hwState == HwState::kFailed ? 1 : 0; }
 
  protected:
-  static bool IsKeyFrame(uint32_t nType) { return nType == kKeyFrameType; }
+  // By class: files hand key frames over as 0x63643000, streams with a sub-code (0x63643030).
+  static bool IsKeyFrame(uint32_t nType) { return (nType & 0xFFFFFF00u) == kKeyFrameType; }
   // Frees the decoder's codec (UnInit's own part).
   virtual void FreeCodec() = 0;
   // While waiting for a key frame, false for any other frame; a key frame ends the wait.
