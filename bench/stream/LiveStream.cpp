@@ -73,10 +73,10 @@ std::vector<double> LiveStream::BareDecodeMs(int passes) const {
   return medians;
 }
 
-std::vector<uint8_t> LiveStream::Bytes(size_t size) {
+std::vector<uint8_t> LiveStream::Bytes(uint64_t frames) {
   std::vector<uint8_t> bytes;
   std::vector<uint8_t> one;
-  for (uint64_t n = 0; bytes.size() < size; ++n) {
+  for (uint64_t n = 0; n < frames; ++n) {
     Frame(n, &one);
     bytes.insert(bytes.end(), one.begin(), one.end());
   }

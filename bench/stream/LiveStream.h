@@ -30,8 +30,8 @@ class LiveStream {
   // held back): the median over `passes` passes through the group, one decoder throughout.
   std::vector<double> BareDecodeMs(int passes) const;
 
-  // The stream's first frames as one byte string, as many as reach `size` bytes.
-  std::vector<uint8_t> Bytes(size_t size);
+  // The stream's first `frames` frames as one byte string.
+  std::vector<uint8_t> Bytes(uint64_t frames);
 
  private:
   std::vector<samples::EncodedFrame> m_encoded;
