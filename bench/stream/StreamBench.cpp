@@ -240,7 +240,7 @@ BENCHMARK(BM_DelayControl)->Iterations(1)->UseManualTime()->Unit(benchmark::kSec
 
 // ---- channels -----------------------------------------------------------------------------------
 
-constexpr uint64_t kChannelFrames = 200;  // 8 s
+constexpr uint64_t kChannelFrames = 500;  // 20 s: 99 % on time allows 5 late pictures a player
 constexpr double kOnTimeSeconds = 2 * kFrameSeconds;
 constexpr double kOnTimeShare = 0.99;
 
