@@ -254,12 +254,13 @@ struct ChannelRun {
   double latencyP99Ms = 0;  // push to display, all players' pictures together
 };
 
-// Where player p of `players` starts in the stream: spread over the group, so that the key frames
-// of the channels do not all come at the same moment (cameras are not in step either).
+// When player p of `players` gets the stream's first frame (a key frame): the starts are spread
+// over one group, so that the channels' key frames do not all come at the same moment (cameras
+// are not in step either).
 uint64_t Offset(int p, int players) { return static_cast<uint64_t>(p * LiveStream::kGopFrames / players); }
 
-// `players` stream players in mode 2, each fed the 720p25 stream (from its own offset) in real
-// time by one feeding thread (this one). A picture is on time when its display callback comes within two frame
+// `players` stream players in mode 2, each fed the 720p25 stream from its own start in real time
+// by one feeding thread (this one). A picture is on time when its display callback comes within two frame
 // intervals (80 ms) of its push; a picture never shown is late.
 ChannelRun RunChannels(int players) {
   LiveStream& live = Live(720);
@@ -279,8 +280,8 @@ ChannelRun RunChannels(int players) {
   const double t0 = WallSeconds() + 0.1;
   for (uint64_t n = 0; n < kChannelFrames; ++n) {
     SleepUntil(t0 + n * kFrameSeconds);
-    for (int p = 0; p < players; ++p) {
-      live.Frame(n + Offset(p, players), &frame);
+    for (int p = 0; p < players && Offset(p, players) <= n; ++p) {
+      live.Frame(n - Offset(p, players), &frame);
       if (Push(probes[p]->Handle(), frame, t0 + (n + 1) * kFrameSeconds)) {
         pushedAt[p][n] = WallSeconds();
       }
@@ -296,7 +297,7 @@ ChannelRun RunChannels(int players) {
   for (int p = 0; p < players; ++p) {
     std::vector<bool> onTime(kChannelFrames, false);
     for (const auto& shown : probes[p]->Displayed()) {
-      const int64_t n = LiveStream::FrameOf(shown.stampUs) - static_cast<int64_t>(Offset(p, players));
+      const int64_t n = LiveStream::FrameOf(shown.stampUs) + static_cast<int64_t>(Offset(p, players));
       if (n < 0 || n >= static_cast<int64_t>(kChannelFrames)) {
         continue;
       }
@@ -304,8 +305,9 @@ ChannelRun RunChannels(int players) {
       onTime[n] = shown.seconds - pushedAt[p][n] <= kOnTimeSeconds;
     }
     const auto count = std::count(onTime.begin(), onTime.end(), true);
-    run.late += static_cast<int>(kChannelFrames - count);
-    run.worstOnTime = std::min(run.worstOnTime, static_cast<double>(count) / kChannelFrames);
+    const uint64_t pushed = kChannelFrames - Offset(p, players);
+    run.late += static_cast<int>(pushed - count);
+    run.worstOnTime = std::min(run.worstOnTime, static_cast<double>(count) / pushed);
   }
   run.latencyP99Ms = Summarise(latencies).p99;
   std::fprintf(stderr,
