@@ -251,6 +251,7 @@ struct ChannelRun {
   double rssMiBPerChannel = 0;
   double load = 0;
   int late = 0;            // pictures late or never shown, all players together
+  int pushed = 0;           // pictures pushed, all players together
   double latencyP99Ms = 0;  // push to display, all players' pictures together
 };
 
@@ -307,13 +308,14 @@ ChannelRun RunChannels(int players) {
     const auto count = std::count(onTime.begin(), onTime.end(), true);
     const uint64_t pushed = kChannelFrames - Offset(p, players);
     run.late += static_cast<int>(pushed - count);
+    run.pushed += static_cast<int>(pushed);
     run.worstOnTime = std::min(run.worstOnTime, static_cast<double>(count) / pushed);
   }
   run.latencyP99Ms = Summarise(latencies).p99;
   std::fprintf(stderr,
                "channels %2d: worst on time %.1f %%, %d late of %d, latency p99 %.1f ms, CPU %.1f %% of a core and "
                "%.1f MiB a channel, load %.2f\n",
-               players, run.worstOnTime * 100, run.late, players * static_cast<int>(kChannelFrames), run.latencyP99Ms,
+               players, run.worstOnTime * 100, run.late, run.pushed, run.latencyP99Ms,
                run.cpuPerChannel * 100, run.rssMiBPerChannel, run.load);
   return run;
 }
