@@ -23,6 +23,8 @@ ZEPHPLAY_PLAYHANDLE* Player() {
     ZEPHPLAY_PLAYHANDLE* h = nullptr;
     ZEPHPLAY_OpenPlayHandle(&h);
     ZEPHPLAY_OpenStream(h, nullptr, 0, 4096, 1);
+    // Closed at exit, so that no cache file outlives the run (no unload hook is linked in).
+    std::atexit([] { ZEPHPLAY_ClosePlayHandle(Player()); });
     return h;
   }();
   return handle;

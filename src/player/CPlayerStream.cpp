@@ -57,6 +57,8 @@ const char* const kFnVideo = "CPlayerStream::InputVideoFrame";
 uint32_t Class(uint32_t nType) { return nType & 0xFFFFFF00u; }
 bool IsKey(uint32_t nType) { return Class(nType) == kKeyClass; }
 bool IsValidAttr(const uint8_t* pAttr) { return ReadU32(pAttr) == CPlayerStream::kStreamAttrMagic; }
+// Class 0 is read as 2.
+uint8_t PictureClassOf(const uint8_t* pAttr) { return pAttr[kAttrPictureClass] == 0 ? 2 : pAttr[kAttrPictureClass]; }
 
 // The parser's tag word as the player's frame type.
 uint32_t MapParsedType(uint32_t nTag) {
@@ -105,13 +107,19 @@ int CPlayerStream::Open(uint32_t nVideoQueueBytes, uint32_t nUnpaced) {
       m_pParser->Reset();
     }
   }
+  CAutoLock threads(&m_ThreadsLock);
   StartThreads();
+  m_nThreadsRunning = 1;
   return 0;
 }
 
 int CPlayerStream::CloseStream() {
-  if (!StopThreads()) {
-    return -1;
+  {
+    CAutoLock threads(&m_ThreadsLock);
+    if (!StopThreads()) {
+      return -1;
+    }
+    m_nThreadsRunning = 0;
   }
   CloseDecoders();
   m_Cache.Close();
@@ -185,9 +193,20 @@ int CPlayerStream::SetStreamAttr(const uint8_t* pAttr, uint32_t nLength) {
   m_nAttrAudioCodec = ReadU32(pAttr + kAttrAudioCodec);
   UpdateAudioDecoder(pAttr);
   bool changed = false;
-  UpdateVideoDecoder(pAttr, &changed);
-  const uint8_t picClass = pAttr[kAttrPictureClass] == 0 ? 2 : pAttr[kAttrPictureClass];
-  SizeQueueForClass(picClass, &changed);
+  if (!VideoDecoderFits(pAttr)) {
+    // The decode thread copies a decoder's picture outside the decoder lock, so a decoder is
+    // replaced or re-initialised only while the threads stand still.
+    CAutoLock threads(&m_ThreadsLock);
+    const bool running = m_nThreadsRunning != 0;
+    if (running && !StopThreads()) {
+      return 0;  // on the player's own thread (logged): the decoder stays
+    }
+    UpdateVideoDecoder(pAttr, &changed);
+    if (running) {
+      StartThreads();
+    }
+  }
+  SizeQueueForClass(PictureClassOf(pAttr), &changed);
   if (changed) {
     ResetStream();
   }
@@ -205,15 +224,24 @@ void CPlayerStream::UpdateAudioDecoder(const uint8_t* pAttr) {
   CreateADecoder(codec, ReadU32(pAttr + kAttrAudio1), ReadU32(pAttr + kAttrAudio2), ReadU32(pAttr + kAttrAudio3));
 }
 
-void CPlayerStream::UpdateVideoDecoder(const uint8_t* pAttr, bool* pChanged) {
-  const uint32_t codec = ReadU32(pAttr + kAttrVideoCodec);
-  const auto option = static_cast<int8_t>(pAttr[kAttrVideoOption]);
-  const uint8_t picClass = pAttr[kAttrPictureClass] == 0 ? 2 : pAttr[kAttrPictureClass];
+bool CPlayerStream::KeepsVideoDecoder(const uint8_t* pAttr) {
   CAutoLock lock(&m_DecoderLock);
-  const bool keep = m_pVDecoder != nullptr && m_pVDecoder->DecoderType() == codec &&
-                    (Settings::nWaterEnable == 0 || m_pVDecoder->WatermarkOption() == option);
-  if (!keep) {
-    // The blocks at 32 and 64 are read by the decoders' own creation (limits come from the class).
+  return m_pVDecoder != nullptr && m_pVDecoder->DecoderType() == ReadU32(pAttr + kAttrVideoCodec) &&
+         (Settings::nWaterEnable == 0 || m_pVDecoder->WatermarkOption() == static_cast<int8_t>(pAttr[kAttrVideoOption]));
+}
+
+bool CPlayerStream::VideoDecoderFits(const uint8_t* pAttr) {
+  CAutoLock lock(&m_DecoderLock);
+  return KeepsVideoDecoder(pAttr) && m_pVDecoder->PictureClass() == PictureClassOf(pAttr);
+}
+
+void CPlayerStream::UpdateVideoDecoder(const uint8_t* pAttr, bool* pChanged) {
+  const auto option = static_cast<int8_t>(pAttr[kAttrVideoOption]);
+  const uint8_t picClass = PictureClassOf(pAttr);
+  CAutoLock lock(&m_DecoderLock);
+  if (!KeepsVideoDecoder(pAttr)) {
+    const uint32_t codec = ReadU32(pAttr + kAttrVideoCodec);
+    // The two blocks go along as creation takes them; our decoders size themselves by the class.
     CreateVDecoder(codec, 0, const_cast<uint8_t*>(pAttr + kAttrVideoBlock1),
                    const_cast<uint8_t*>(pAttr + kAttrVideoBlock2), static_cast<uint8_t>(option));
     m_VideoFrames.Reset();

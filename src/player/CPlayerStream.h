@@ -23,7 +23,8 @@ namespace zp {
 //   2 immediate (a new player's mode): every picture as soon as it is decoded.
 // Frames can also be passed on to a recording writer, whatever the mode.
 //
-// Locks, in the order they nest: the play lock, the decoder lock, the cache's index lock, the
+// Locks, in the order they nest: the threads lock (held while the threads are stopped or
+// started, never inside another), the play lock, the decoder lock, the cache's index lock, the
 // input lock (the parser), a queue's own lock. The recorder lock and the attribute lock are
 // leaves (the writer's own lock aside).
 class CPlayerStream : public CBasePlayer {
@@ -94,6 +95,11 @@ class CPlayerStream : public CBasePlayer {
   void GrowVideoQueue();
   void PushAudio(const QueueFrameHead& head, const uint8_t* pData);
   int DrainParser();
+  // The decoder lock is held: the video decoder exists and suits the attribute's codec (and
+  // watermark option).
+  bool KeepsVideoDecoder(const uint8_t* pAttr);
+  // ... and has the attribute's picture class: nothing to change.
+  bool VideoDecoderFits(const uint8_t* pAttr);
   void UpdateVideoDecoder(const uint8_t* pAttr, bool* pChanged);
   void UpdateAudioDecoder(const uint8_t* pAttr);
   void SizeQueueForClass(uint8_t nClass, bool* pChanged);
@@ -129,6 +135,8 @@ class CPlayerStream : public CBasePlayer {
   std::atomic<uint32_t> m_nAudioOnly{1};
   std::atomic<uint32_t> m_nUnpaced{0};
   std::atomic<uint64_t> m_u64LastVideoStamp{0};
+  CMutexLock m_ThreadsLock;  // outermost: whether the threads run, and stopping them
+  uint32_t m_nThreadsRunning = 0;
   CMutexLock m_InputLock;
   std::unique_ptr<CParseData> m_pParser;
   CStreamCache m_Cache;

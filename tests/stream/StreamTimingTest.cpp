@@ -61,7 +61,7 @@ TEST(StreamTiming, CatchUpShortensIntervalsToThreeQuarters) {
     zp::CPlayTiming timing([&] { return now; });
     timing.ResetPacing();
     std::vector<uint32_t> shown;
-    for (; now < 1400; ++now) {
+    for (; now <= 1400; ++now) {
       if (timing.IsDue(CStreamTiming::PacedInterval(40, speed))) {
         shown.push_back(now);
       }
