@@ -29,7 +29,9 @@ PlayerProbe::PlayerProbe(size_t capacity) {
 
 PlayerProbe::~PlayerProbe() {
   if (m_handle != nullptr) {
-    ZEPHPLAY_Stop(m_handle);
+    if (!m_stream) {
+      ZEPHPLAY_Stop(m_handle);  // a stream has no stop of its own: closing the handle stops it
+    }
     ZEPHPLAY_ClosePlayHandle(m_handle);
   }
 }
@@ -57,6 +59,7 @@ bool PlayerProbe::Open(const std::string& path) {
 }
 
 bool PlayerProbe::OpenStream(uint32_t videoQueueBytes, uint32_t unpaced) {
+  m_stream = true;
   return OpenHandle() && ZEPHPLAY_OpenStream(m_handle, nullptr, 0, videoQueueBytes, unpaced) == 0 &&
          SetPictureCallbacks();
 }

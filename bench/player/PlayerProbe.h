@@ -51,6 +51,7 @@ class PlayerProbe {
   void Note(std::vector<Event>* pEvents, uint64_t stampUs);
 
   ZEPHPLAY_PLAYHANDLE* m_handle = nullptr;
+  bool m_stream = false;
   std::mutex m_lock;
   std::condition_variable m_changed;
   std::vector<Event> m_decoded;
