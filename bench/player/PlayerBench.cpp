@@ -13,18 +13,21 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <thread>
 #include <vector>
 
 #include "PlayerProbe.h"
 #include "ProcessStats.h"
 #include "Recordings.h"
+#include "Summary.h"
 
 namespace {
 
 using zp::bench::PlayerProbe;
 using zp::bench::ProcessCpuSeconds;
+using zp::bench::Report;
+using zp::bench::Summarise;
+using zp::bench::Summary;
 using zp::bench::WallSeconds;
 
 constexpr double kDeadlineSeconds = 60;
@@ -34,42 +37,6 @@ constexpr int kSeekRepeat = 10;       // 20 s of 1080p
 constexpr int kSeeks = 10;
 constexpr double kIdleSeconds = 3;
 constexpr double kMiB = 1024.0 * 1024.0;
-
-struct Summary {
-  double mean = 0, stddev = 0, p50 = 0, p99 = 0, max = 0;
-};
-
-// Nearest-rank percentiles, population standard deviation.
-Summary Summarise(std::vector<double> v) {
-  Summary s;
-  if (v.empty()) {
-    return s;
-  }
-  std::sort(v.begin(), v.end());
-  const auto rank = [&](double p) { return v[std::min(v.size() - 1, static_cast<size_t>(std::ceil(p * v.size())) - 1)]; };
-  double sum = 0, squares = 0;
-  for (double x : v) {
-    sum += x;
-  }
-  s.mean = sum / v.size();
-  for (double x : v) {
-    squares += (x - s.mean) * (x - s.mean);
-  }
-  s.stddev = std::sqrt(squares / v.size());
-  s.p50 = rank(0.50);
-  s.p99 = rank(0.99);
-  s.max = v.back();
-  return s;
-}
-
-void Report(benchmark::State& state, const char* name, const Summary& s) {
-  const std::string n(name);
-  state.counters[n + "_mean"] = s.mean;
-  state.counters[n + "_sd"] = s.stddev;
-  state.counters[n + "_p50"] = s.p50;
-  state.counters[n + "_p99"] = s.p99;
-  state.counters[n + "_max"] = s.max;
-}
 
 // Milliseconds from each picture's decode callback to its display callback. The decode callback
 // comes once per picture, in output (stamp) order, but carries the stamp of the frame just

@@ -29,23 +29,39 @@ PlayerProbe::PlayerProbe(size_t capacity) {
 
 PlayerProbe::~PlayerProbe() {
   if (m_handle != nullptr) {
-    ZEPHPLAY_Stop(m_handle);
+    if (!m_stream) {
+      ZEPHPLAY_Stop(m_handle);  // a stream has no stop of its own: closing the handle stops it
+    }
     ZEPHPLAY_ClosePlayHandle(m_handle);
   }
 }
 
-bool PlayerProbe::Open(const std::string& path) {
+bool PlayerProbe::OpenHandle() {
   InitializeOnce();
   if (ZEPHPLAY_OpenPlayHandle(&m_handle) != 0 || m_handle == nullptr) {
     m_handle = nullptr;
     return false;
   }
+  return true;
+}
+
+bool PlayerProbe::SetPictureCallbacks() {
   const uint64_t self = reinterpret_cast<uint64_t>(this);
+  return ZEPHPLAY_SetDecCallBack(m_handle, self, &PlayerProbe::OnDecoded) == 0 &&
+         ZEPHPLAY_SetDisplayCallBack(m_handle, self, &PlayerProbe::OnDisplayed) == 0;
+}
+
+bool PlayerProbe::Open(const std::string& path) {
   ZEPHPLAY_RECORD_INFO info{};
-  return ZEPHPLAY_OpenFile(m_handle, path.c_str(), 0) == 0 && ZEPHPLAY_GetFileInfo(m_handle, &info) == 0 &&
-         ZEPHPLAY_SetDecCallBack(m_handle, self, &PlayerProbe::OnDecoded) == 0 &&
-         ZEPHPLAY_SetDisplayCallBack(m_handle, self, &PlayerProbe::OnDisplayed) == 0 &&
-         ZEPHPLAY_SetEndCallBack(m_handle, self, &PlayerProbe::OnEnd) == 0;
+  return OpenHandle() && ZEPHPLAY_OpenFile(m_handle, path.c_str(), 0) == 0 &&
+         ZEPHPLAY_GetFileInfo(m_handle, &info) == 0 && SetPictureCallbacks() &&
+         ZEPHPLAY_SetEndCallBack(m_handle, reinterpret_cast<uint64_t>(this), &PlayerProbe::OnEnd) == 0;
+}
+
+bool PlayerProbe::OpenStream(uint32_t videoQueueBytes, uint32_t unpaced) {
+  m_stream = true;
+  return OpenHandle() && ZEPHPLAY_OpenStream(m_handle, nullptr, 0, videoQueueBytes, unpaced) == 0 &&
+         SetPictureCallbacks();
 }
 
 bool PlayerProbe::WaitEnd(double seconds, double* pAt) {

@@ -1,6 +1,6 @@
 #pragma once
-// A file player on a play handle, as a user holds it, with its decode, display and end callbacks
-// noting when each came (monotonic seconds) and with which stamp. The notes are kept in memory
+// A file or stream player on a play handle, as a user holds it, with its decode, display and end
+// callbacks noting when each came (monotonic seconds) and with which stamp. The notes are kept in memory
 // reserved beforehand, so the callbacks cost a lock and a store.
 #include <condition_variable>
 #include <cstdint>
@@ -26,6 +26,9 @@ class PlayerProbe {
 
   // A play handle with the file open and the callbacks set; false when any step fails.
   bool Open(const std::string& path);
+  // A play handle with a stream player (ZEPHPLAY_OpenStream, whose threads start at once) and
+  // the decode and display callbacks set (a stream has no end); false when any step fails.
+  bool OpenStream(uint32_t videoQueueBytes, uint32_t unpaced);
   ZEPHPLAY_PLAYHANDLE* Handle() const { return m_handle; }
 
   // Waits up to `seconds` for the end callback; its time in *pAt.
@@ -43,9 +46,12 @@ class PlayerProbe {
   static void ZEPHPLAY_CALL OnDisplayed(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t,
                                         uint64_t user);
   static void ZEPHPLAY_CALL OnEnd(uint32_t, uint64_t user);
+  bool OpenHandle();
+  bool SetPictureCallbacks();
   void Note(std::vector<Event>* pEvents, uint64_t stampUs);
 
   ZEPHPLAY_PLAYHANDLE* m_handle = nullptr;
+  bool m_stream = false;
   std::mutex m_lock;
   std::condition_variable m_changed;
   std::vector<Event> m_decoded;
