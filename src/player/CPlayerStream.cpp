@@ -10,6 +10,7 @@
 #include "common/LogAccess.h"
 #include "common/Settings.h"
 #include "media/FrameFormat.h"
+#include "platform/Tick.h"
 
 namespace zp {
 
@@ -778,6 +779,7 @@ uint32_t CPlayerStream::DelayCycle() {
     m_nPlayRate = CStreamTiming::DelaySpeed(span, m_nMaxDelay, m_nPlayRate);
     uint32_t interval = 0;
     if (NextInterval(&interval)) {
+      m_nNoPictureSince = 0;
       interval = CStreamTiming::PacedInterval(interval, m_nPlayRate);
       if (IsDue(interval)) {
         ShowNextPicture();
@@ -786,9 +788,20 @@ uint32_t CPlayerStream::DelayCycle() {
       return std::max(1u, std::min(MsUntilDue(interval), kIdleWaitMs));
     }
     if (m_VideoFrames.GetFrameNum() != 0) {
+      // The next picture is usually still being decoded when the shown one has just been
+      // taken: only a decoder that has produced nothing for a while sends the player back to
+      // buffering, since every restart drops the pacing carry and would make playback run slow.
+      const uint32_t now = platform::TickCountMs();
+      if (m_nNoPictureSince == 0) {
+        m_nNoPictureSince = now == 0 ? 1 : now;
+      }
+      if (now - m_nNoPictureSince < kIdleWaitMs) {
+        return kIdleWaitMs - (now - m_nNoPictureSince);  // a picture pushed ends the wait
+      }
       m_nPlaying = 0;
       m_WaveOut.SetSilence(true);
     }
+    m_nNoPictureSince = 0;
     return kIdleWaitMs;
   }
   if (!CStreamTiming::StartsPlaying(m_VideoFrames.GetFrameNum(), m_AudioFrames.GetFrameNum(), span, m_nMinDelay)) {

@@ -131,6 +131,7 @@ class CPlayerStream : public CBasePlayer {
   uint32_t m_nDelayEnable = 1;
   std::atomic<uint32_t> m_nStreamMode{kModeImmediate};
   std::atomic<uint32_t> m_nPlaying{0};
+  uint32_t m_nNoPictureSince = 0;  // play thread: tick since when mode 0 found no picture, 0 none
   std::atomic<uint32_t> m_nWaitKey{1};
   std::atomic<uint32_t> m_nAudioOnly{1};
   std::atomic<uint32_t> m_nUnpaced{0};
