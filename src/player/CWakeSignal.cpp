@@ -5,19 +5,19 @@
 namespace zp {
 
 void CWakeSignal::Notify() {
-  {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_bSignalled = true;
+  if (m_bSignalled.exchange(true)) {
+    return;  // the notifier that set it wakes the waiter
   }
+  // Taking the mutex orders the flag before a waiter that is between its check and its sleep.
+  { std::lock_guard<std::mutex> lock(m_mutex); }
   m_cond.notify_all();
 }
 
 bool CWakeSignal::Wait(uint32_t ms) {
   std::unique_lock<std::mutex> lock(m_mutex);
-  const bool signalled =
-      m_cond.wait_for(lock, std::chrono::milliseconds(ms), [this] { return m_bSignalled; });
-  m_bSignalled = false;
-  return signalled;
+  m_cond.wait_for(lock, std::chrono::milliseconds(ms), [this] { return m_bSignalled.load(); });
+  // Consumed by exchange: a notification set just after the timeout counts, it is not lost.
+  return m_bSignalled.exchange(false);
 }
 
 }  // namespace zp

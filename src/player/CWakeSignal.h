@@ -1,4 +1,5 @@
 #pragma once
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -7,6 +8,8 @@ namespace zp {
 
 // An auto-reset wake-up for a waiting loop: Notify wakes the waiter (or the next wait, when
 // nobody waits yet); Wait returns after a notification or the timeout, and consumes it.
+// A notification already pending costs the next Notify one atomic exchange: producers call it
+// once a frame, far more often than the consumer waits.
 class CWakeSignal {
  public:
   CWakeSignal() = default;
@@ -20,7 +23,7 @@ class CWakeSignal {
  private:
   std::mutex m_mutex;
   std::condition_variable m_cond;
-  bool m_bSignalled = false;
+  std::atomic<bool> m_bSignalled{false};
 };
 
 }  // namespace zp
