@@ -10,7 +10,9 @@ extern "C" {
 #include <libavutil/mathematics.h>
 }
 
+#include "common/ByteOrder.h"
 #include "common/CAutoLock.h"
+#include "common/CLibraryConfig.h"
 #include "common/LogAccess.h"
 #include "media/FrameFormat.h"
 #include "media/GrecFormat.h"
@@ -79,6 +81,36 @@ AVCodecID DetectCodec(const uint8_t* data, uint32_t length) {
   return h264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_NONE;
 }
 
+constexpr uint32_t kOffAudioCoder = 180;
+constexpr int kAacFrameSamples = 1024;
+
+// The AAC-LC AudioSpecificConfig of mono sound at `rate`: 2 bytes for a listed rate, 5 with the
+// rate written out.
+int WriteAacConfig(uint32_t rate, uint8_t* out) {
+  static const uint32_t kRates[] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
+                                    22050, 16000, 12000, 11025, 8000,  7350};
+  uint32_t index = 15;
+  for (uint32_t i = 0; i < sizeof kRates / sizeof kRates[0]; ++i) {
+    index = kRates[i] == rate ? i : index;
+  }
+  uint64_t bits = 2;  // AAC-LC
+  int count = 5;
+  bits = bits << 4 | index;
+  count += 4;
+  if (index == 15) {
+    bits = bits << 24 | rate;
+    count += 24;
+  }
+  bits = bits << 4 | 1;  // one channel
+  count += 4;
+  const int bytes = (count + 3 + 7) / 8;  // three zero flag bits follow
+  bits <<= bytes * 8 - count;
+  for (int i = 0; i < bytes; ++i) {
+    out[i] = static_cast<uint8_t>(bits >> (8 * (bytes - 1 - i)));
+  }
+  return bytes;
+}
+
 const char* CodecName(int codecId) { return codecId == AV_CODEC_ID_HEVC ? "HEVC" : "H.264"; }
 
 }  // namespace
@@ -128,6 +160,7 @@ int CRecWriterMp4::SetFileHead(const uint8_t* head, uint32_t length) {
   }
   std::memcpy(m_HeadStart, head + grec::kOffStartTime, sizeof m_HeadStart);
   m_bHeadStart = true;
+  m_nSoundCoder = ReadU32(head + kOffAudioCoder);
   return 0;
 }
 
@@ -140,9 +173,8 @@ int CRecWriterMp4::WriteFrame(const uint8_t* data, uint32_t length, uint32_t tag
   int result = 0;
   if (IsVideoKind(tag)) {
     result = WriteVideo(data, length, IsKeyFrame(tag), stamp);
-  } else if (IsAudioKind(tag) && !m_bLoggedSound) {
-    LogInfo("%s sound is not stored in MP4 recordings, %s", "CRecWriterMp4::WriteFrame", m_pFormat->url);
-    m_bLoggedSound = true;
+  } else if (IsAudioKind(tag)) {
+    result = WriteSound(data, length, stamp);
   }
   if (payloadOffset != nullptr) {
     *payloadOffset = 0;
@@ -181,15 +213,39 @@ int CRecWriterMp4::WriteVideo(const uint8_t* data, uint32_t length, bool key, ui
     m_nLastGap = dts - m_nLastDts;
   }
   m_nLastDts = dts;
+  // The coming frame's distance is unknown yet: the last one stands for it.
+  return WritePacket(m_pVideo, data, length, dts, m_nLastGap, key);
+}
+
+int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp) {
+  if (m_pSound == nullptr || !m_pTranscoder->Decode(data, length)) {
+    return 0;
+  }
+  if (m_nSoundPts < 0) {
+    const uint64_t offset = stamp > m_u64FirstStamp ? stamp - m_u64FirstStamp : 0;
+    m_nSoundPts = av_rescale(static_cast<int64_t>(offset), m_nSoundRate, 1000000);
+  }
+  const uint8_t* frame = nullptr;
+  uint32_t frameLength = 0;
+  while (m_pTranscoder->NextFrame(&frame, &frameLength)) {
+    if (WritePacket(m_pSound, frame, frameLength, m_nSoundPts, kAacFrameSamples, true) != 0) {
+      return -1;
+    }
+    m_nSoundPts += kAacFrameSamples;
+  }
+  return 0;
+}
+
+int CRecWriterMp4::WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t duration,
+                               bool key) {
   // The payload is lent to the muxer, which copies it into the fragment: no copy of ours.
   m_pPacket->data = const_cast<uint8_t*>(data);
   m_pPacket->size = static_cast<int>(length);
-  m_pPacket->pts = dts;
-  m_pPacket->dts = dts;
-  // The coming frame's distance is unknown yet: the last one stands for it.
-  m_pPacket->duration = m_nLastGap;
+  m_pPacket->pts = pts;
+  m_pPacket->dts = pts;
+  m_pPacket->duration = duration;
   m_pPacket->flags = key ? AV_PKT_FLAG_KEY : 0;
-  m_pPacket->stream_index = m_pVideo->index;
+  m_pPacket->stream_index = stream->index;
   const int ret = av_write_frame(m_pFormat, m_pPacket);
   m_pPacket->data = nullptr;
   m_pPacket->size = 0;
@@ -210,7 +266,9 @@ bool CRecWriterMp4::AcceptKeyFrame(const uint8_t* data, uint32_t length) {
     return m_bStarted;
   }
   if (!m_bStarted) {
-    return StartMuxer(data, length, head);
+    // A muxer that failed to start keeps its half-made tracks: nothing more goes in.
+    m_bRefused = !StartMuxer(data, length, head);
+    return !m_bRefused;
   }
   if (head.nCodecId != m_VideoHead.nCodecId || head.nWidth != m_VideoHead.nWidth ||
       head.nHeight != m_VideoHead.nHeight) {
@@ -284,6 +342,9 @@ bool CRecWriterMp4::StartMuxer(const uint8_t* data, uint32_t length, const Video
   par->width = head.nWidth;
   par->height = head.nHeight;
   m_pVideo->time_base = AVRational{1, kTimeScale};
+  if (!AddSoundTrack()) {
+    return false;
+  }
   SetCreationTime();
   AVDictionary* options = nullptr;
   av_dict_set(&options, "movflags", kMovFlags, 0);
@@ -298,6 +359,36 @@ bool CRecWriterMp4::StartMuxer(const uint8_t* data, uint32_t length, const Video
   m_bStarted = true;
   LogInfo("%s %s %s %dx%d", "CRecWriterMp4::WriteFrame", m_pFormat->url, CodecName(head.nCodecId), head.nWidth,
           head.nHeight);
+  return true;
+}
+
+// The sound track, when a transcoder takes the sound's coder type; false only without memory.
+bool CRecWriterMp4::AddSoundTrack() {
+  m_pTranscoder.reset(IAudioTranscoder::Make());
+  const uint32_t coder =
+      m_nSoundCoder != 0 ? m_nSoundCoder : static_cast<uint32_t>(CLibraryConfig::Instance().DefaultAudioCoder());
+  if (m_pTranscoder == nullptr || !m_pTranscoder->Open(coder, &m_nSoundRate)) {
+    LogInfo("%s no sound track in %s (audio coder %u)", "CRecWriterMp4::WriteFrame", m_pFormat->url, coder);
+    m_pTranscoder.reset();
+    return true;
+  }
+  m_pSound = avformat_new_stream(m_pFormat, nullptr);
+  if (m_pSound == nullptr) {
+    return false;
+  }
+  AVCodecParameters* par = m_pSound->codecpar;
+  par->extradata = static_cast<uint8_t*>(av_mallocz(8 + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (par->extradata == nullptr) {
+    return false;
+  }
+  par->extradata_size = WriteAacConfig(m_nSoundRate, par->extradata);
+  par->codec_type = AVMEDIA_TYPE_AUDIO;
+  par->codec_id = AV_CODEC_ID_AAC;
+  par->profile = FF_PROFILE_AAC_LOW;
+  par->sample_rate = static_cast<int>(m_nSoundRate);
+  par->frame_size = kAacFrameSamples;
+  av_channel_layout_default(&par->ch_layout, 1);
+  m_pSound->time_base = AVRational{1, static_cast<int>(m_nSoundRate)};
   return true;
 }
 
@@ -347,10 +438,14 @@ void CRecWriterMp4::CloseLocked() {
   m_pParser = nullptr;
   avcodec_free_context(&m_pParseCodec);
   m_pVideo = nullptr;
+  m_pSound = nullptr;
+  m_pTranscoder.reset();
+  m_nSoundCoder = 0;
+  m_nSoundRate = 0;
+  m_nSoundPts = -1;
   m_VideoHead = VideoHead{};
   m_bStarted = false;
   m_bRefused = false;
-  m_bLoggedSound = false;
   m_u64FirstStamp = 0;
   m_nLastDts = -1;
   m_nLastGap = 0;

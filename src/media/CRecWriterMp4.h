@@ -1,8 +1,10 @@
 #pragma once
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "media/CRecWriter.h"
+#include "media/IAudioTranscoder.h"
 
 struct AVCodecContext;
 struct AVCodecParserContext;
@@ -18,7 +20,10 @@ namespace zp {
 // frame, and every packet is flushed, so a recorder killed mid-recording leaves a file that reads
 // up to its last closed fragment. A later key frame that changes the codec or the picture size is
 // refused, and so is the video after it: one track holds one codec and size.
-// Sound is not stored yet (one log line a recording); data and auxiliary frames have no track.
+// Sound from the first key frame on is decoded and stored again as mono AAC-LC through the
+// registered IAudioTranscoder, its coder type the application head's (byte 180) or else the
+// configured default; without a transcoder the file has no sound track. Data and auxiliary
+// frames have no track.
 class CRecWriterMp4 : public CRecWriter {
  public:
   CRecWriterMp4() = default;
@@ -29,7 +34,7 @@ class CRecWriterMp4 : public CRecWriter {
   // An MP4 recording cannot be resumed: starts a new one, *recordedMs 0.
   int OpenWriterEx(const char* path, uint32_t* recordedMs, int pathKind) override;
   // Takes the head's start time as the recording's creation time (unless SetFileBeginTime gave
-  // one). Before the first key frame only: the MP4 head is written then. 0, -1 when not open,
+  // one) and its audio coder type as the sound's. Before the first key frame only: the MP4 head is written then. 0, -1 when not open,
   // the head short or already written.
   int SetFileHead(const uint8_t* head, uint32_t length) override;
   // Video: 0 when stored or left out before the first key frame, -1 when refused. Other kinds: 0.
@@ -54,16 +59,23 @@ class CRecWriterMp4 : public CRecWriter {
   bool AcceptKeyFrame(const uint8_t* data, uint32_t length);
   int WriteVideo(const uint8_t* data, uint32_t length, bool key, uint64_t stamp);
   void SetCreationTime();
+  bool AddSoundTrack();
+  int WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp);
+  int WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t duration, bool key);
 
   AVFormatContext* m_pFormat = nullptr;
   AVStream* m_pVideo = nullptr;
+  AVStream* m_pSound = nullptr;
+  std::unique_ptr<IAudioTranscoder> m_pTranscoder;
+  uint32_t m_nSoundCoder = 0;  // 0: the configured default
+  uint32_t m_nSoundRate = 0;
+  int64_t m_nSoundPts = -1;
   AVPacket* m_pPacket = nullptr;
   AVCodecContext* m_pParseCodec = nullptr;
   AVCodecParserContext* m_pParser = nullptr;
   VideoHead m_VideoHead;
   bool m_bStarted = false;
   bool m_bRefused = false;
-  bool m_bLoggedSound = false;
   uint64_t m_u64FirstStamp = 0;
   int64_t m_nLastDts = -1;
   int64_t m_nLastGap = 0;
