@@ -81,7 +81,6 @@ AVCodecID DetectCodec(const uint8_t* data, uint32_t length) {
   return h264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_NONE;
 }
 
-constexpr uint32_t kOffAudioCoder = 180;
 constexpr int kAacFrameSamples = 1024;
 
 // The AAC-LC AudioSpecificConfig of mono sound at `rate`: 2 bytes for a listed rate, 5 with the
@@ -160,7 +159,7 @@ int CRecWriterMp4::SetFileHead(const uint8_t* head, uint32_t length) {
   }
   std::memcpy(m_HeadStart, head + grec::kOffStartTime, sizeof m_HeadStart);
   m_bHeadStart = true;
-  m_nSoundCoder = ReadU32(head + kOffAudioCoder);
+  m_nSoundCoder = ReadU32(head + grec::kOffStreamKind);
   return 0;
 }
 

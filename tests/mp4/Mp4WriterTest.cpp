@@ -5,6 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cmath>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -16,10 +18,13 @@ extern "C" {
 
 #include "AvReference.h"
 #include "SampleEncoder.h"
+#include "StreamWriter.h"
+#include "common/ByteOrder.h"
 #include "common/TempDir.h"
 #include "media/CRecWriterMp4.h"
 #include "media/FrameFormat.h"
 #include "media/GrecFormat.h"
+#include "player/CRecAudioTranscoder.h"
 
 using namespace zp;
 using samples::EncodedFrame;
@@ -37,6 +42,9 @@ struct Mp4Read {
   int64_t durationUs = 0;
   std::string creationTime;
   std::vector<Picture> pictures;
+  AVCodecID soundCodec = AV_CODEC_ID_NONE;
+  int sampleRate = 0;
+  std::vector<int16_t> sound;  // mono
 };
 
 // What libavformat reads from the file, every packet decoded by libavcodec.
@@ -46,41 +54,55 @@ Mp4Read ReadMp4(const std::string& path) {
   if (avformat_open_input(&fmt, path.c_str(), nullptr, nullptr) < 0) {
     return r;
   }
-  if (fmt->nb_streams == 1) {
-    AVStream* st = fmt->streams[0];
-    r.codec = st->codecpar->codec_id;
-    r.width = st->codecpar->width;
-    r.height = st->codecpar->height;
-    if (const AVDictionaryEntry* e = av_dict_get(fmt->metadata, "creation_time", nullptr, 0)) {
-      r.creationTime = e->value;
-    }
-    AVCodecContext* ctx = avcodec_alloc_context3(avcodec_find_decoder(r.codec));
-    avcodec_parameters_to_context(ctx, st->codecpar);
-    avcodec_open2(ctx, nullptr, nullptr);
-    AVPacket* pkt = av_packet_alloc();
-    AVFrame* frame = av_frame_alloc();
-    int64_t first = AV_NOPTS_VALUE, end = 0;
-    auto drain = [&] {
-      while (avcodec_receive_frame(ctx, frame) == 0) {
+  if (const AVDictionaryEntry* e = av_dict_get(fmt->metadata, "creation_time", nullptr, 0)) {
+    r.creationTime = e->value;
+  }
+  std::vector<AVCodecContext*> ctx(fmt->nb_streams);
+  for (unsigned i = 0; i < fmt->nb_streams; ++i) {
+    const AVCodecParameters* par = fmt->streams[i]->codecpar;
+    (par->codec_type == AVMEDIA_TYPE_VIDEO ? r.codec : r.soundCodec) = par->codec_id;
+    r.width = par->width ? par->width : r.width;
+    r.height = par->height ? par->height : r.height;
+    r.sampleRate = par->sample_rate ? par->sample_rate : r.sampleRate;
+    ctx[i] = avcodec_alloc_context3(avcodec_find_decoder(par->codec_id));
+    avcodec_parameters_to_context(ctx[i], par);
+    avcodec_open2(ctx[i], nullptr, nullptr);
+  }
+  AVPacket* pkt = av_packet_alloc();
+  AVFrame* frame = av_frame_alloc();
+  auto drain = [&](AVCodecContext* c) {
+    while (avcodec_receive_frame(c, frame) == 0) {
+      if (c->codec_type == AVMEDIA_TYPE_VIDEO) {
         r.pictures.push_back(test::PackPicture(frame->data[0], frame->data[1], frame->data[2], frame->linesize[0],
                                                frame->linesize[1], frame->width, frame->height));
+        continue;
       }
-    };
-    while (av_read_frame(fmt, pkt) >= 0) {
+      const auto* s = reinterpret_cast<const float*>(frame->data[0]);  // AAC decodes to planar float
+      for (int k = 0; k < frame->nb_samples; ++k) {
+        r.sound.push_back(static_cast<int16_t>(std::lrint(std::clamp(s[k] * 32768.0f, -32768.0f, 32767.0f))));
+      }
+    }
+  };
+  int64_t first = AV_NOPTS_VALUE, end = 0;
+  while (av_read_frame(fmt, pkt) >= 0) {
+    AVStream* st = fmt->streams[pkt->stream_index];
+    if (st->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
       ++r.packets;
       first = first == AV_NOPTS_VALUE ? pkt->pts : first;
       end = pkt->pts + pkt->duration;
-      avcodec_send_packet(ctx, pkt);
-      drain();
-      av_packet_unref(pkt);
+      r.durationUs = av_rescale_q(end - first, st->time_base, AVRational{1, 1000000});
     }
-    avcodec_send_packet(ctx, nullptr);
-    drain();
-    r.durationUs = av_rescale_q(end - first, st->time_base, AVRational{1, 1000000});
-    av_frame_free(&frame);
-    av_packet_free(&pkt);
-    avcodec_free_context(&ctx);
+    avcodec_send_packet(ctx[pkt->stream_index], pkt);
+    drain(ctx[pkt->stream_index]);
+    av_packet_unref(pkt);
   }
+  for (AVCodecContext*& c : ctx) {
+    avcodec_send_packet(c, nullptr);
+    drain(c);
+    avcodec_free_context(&c);
+  }
+  av_frame_free(&frame);
+  av_packet_free(&pkt);
   avformat_close_input(&fmt);
   return r;
 }
@@ -161,6 +183,51 @@ TEST(Mp4Writer, RefusesVideoThatChangesCodecOrSize) {
     EXPECT_EQ(r.codec, AV_CODEC_ID_H264);
     EXPECT_EQ(r.width, 352);
     EXPECT_EQ(r.packets, 20);
+  }
+}
+
+// Sound from the source's coder type comes back as mono AAC at the source's AAC rate (8000 Hz
+// otherwise), close to the source sound; the encoder's priming delay is found, not assumed.
+TEST(Mp4Writer, ReencodesSoundToAac) {
+  struct Case {
+    samples::AudioCodec codec;
+    int rate;
+    int frames;
+    double minSnrDb;
+  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 22.0}, {samples::AudioCodec::AacAdts, 16000, 24, 17.0}};
+  CRecAudioTranscoder::Register();
+  const std::vector<EncodedFrame> video = Encode(VideoCodec::H264, 176, 144, 38, 50);
+  TempDir dir;
+  for (const Case& c : cases) {
+    samples::AudioParams a;
+    a.codec = c.codec;
+    a.sampleRate = c.rate;
+    a.frames = c.frames;
+    const std::vector<samples::TaggedFrame> frames = samples::MergeFrames(video, samples::EncodeAudio(a), FRAME_TAG_WAVE);
+    uint8_t head[grec::kHeadLength] = {};
+    WriteU32(head + grec::kOffStreamKind, samples::CoderTypeOf(a));
+    const std::string path = (dir.path() / "sound.mp4").string();
+    CRecWriterMp4 w;
+    ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+    ASSERT_EQ(w.SetFileHead(head, sizeof head), 0);
+    for (const samples::TaggedFrame& f : frames) {
+      EXPECT_EQ(w.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, kBase + f.stampUs, nullptr,
+                             nullptr), 0);
+    }
+    w.CloseWriter();
+    const Mp4Read r = ReadMp4(path);
+    EXPECT_EQ(r.soundCodec, AV_CODEC_ID_AAC);
+    EXPECT_EQ(r.sampleRate, c.rate);
+    EXPECT_EQ(r.packets, 38);
+    std::vector<int16_t> source;
+    samples::MakeSound(0, c.rate, c.rate, 1, &source);
+    const size_t n = static_cast<size_t>(c.rate) / 2;
+    ASSERT_GE(r.sound.size(), n + 2048);
+    double best = -100;
+    for (size_t lag = 0; lag <= 2048; ++lag) {
+      best = std::max(best, test::SnrDb(source.data(), r.sound.data() + lag, n));
+    }
+    EXPECT_GT(best, c.minSnrDb) << c.rate;
   }
 }
 
