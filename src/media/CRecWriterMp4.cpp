@@ -1,5 +1,6 @@
 #include "media/CRecWriterMp4.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -23,6 +24,7 @@ namespace zp {
 namespace {
 
 constexpr int kTimeScale = 90000;
+constexpr uint32_t kMaxPacket = INT32_MAX - AV_INPUT_BUFFER_PADDING_SIZE;
 // A fragment per key frame, the head written before any sample: what makes a killed recording
 // readable up to its last closed fragment.
 constexpr const char* kMovFlags = "frag_keyframe+empty_moov+default_base_moof";
@@ -166,7 +168,8 @@ int CRecWriterMp4::SetFileHead(const uint8_t* head, uint32_t length) {
 int CRecWriterMp4::WriteFrame(const uint8_t* data, uint32_t length, uint32_t tag, uint64_t stamp,
                               uint32_t* payloadOffset, uint32_t* nextOffset) {
   CAutoLock lock(&m_WriterLock);
-  if (m_pFormat == nullptr || (data == nullptr && length != 0)) {
+  // The muxer counts a packet's bytes in an int, padding included.
+  if (m_pFormat == nullptr || (data == nullptr && length != 0) || length > kMaxPacket) {
     return -1;
   }
   int result = 0;
