@@ -168,8 +168,10 @@ typedef struct ZEPHPLAY_RECORD_INFO {
 
 /**
  * Starts a new recording at path (replacing any file there) and stores the writer in *writer.
- * Returns 0; -1 when writer or path is NULL, the file cannot be created, or path ends in
- * ".mp4". *writer is untouched on failure.
+ * A path ending in ".mp4" (any case) records a fragmented MP4 file instead: the video as
+ * received, the sound re-encoded to AAC, readable up to its last key frame if never closed.
+ * Returns 0; -1 when writer or path is NULL or the file cannot be created. *writer is untouched
+ * on failure.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenWriter(ZEPHPLAY_WRITER** writer, const char* path);
 
@@ -180,7 +182,7 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenWriterW(ZEPHPLAY_WRITER** writer
  * Opens path for recording: a closed GREC recording there is appended to (new frames follow
  * the old ones, one index covers both), anything else is started again; a missing file is
  * created. *recordedMs (may be NULL) receives the milliseconds already recorded (0 for a new
- * recording). Returns 0; -1 as for ZEPHPLAY_OpenWriter.
+ * recording; an MP4 recording always starts again). Returns 0; -1 as for ZEPHPLAY_OpenWriter.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenWriterEx(ZEPHPLAY_WRITER** writer, const char* path,
                                                       uint32_t* recordedMs);
@@ -202,8 +204,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetFileBeginTime(ZEPHPLAY_WRITER* wr
  * Replaces the recording's head with the first 456 bytes of head (for instance one that
  * ZEPHPLAY_GetFileHead filled); the index offset in it stays the writer's. The 32-bit value at
  * byte 180 names the audio coder type that a file player decodes the recording's sound with
- * (0, as ZEPHPLAY_GetFileHead leaves it: the configured DefaultAudioCoder). Returns 0; -1 for
- * a NULL writer or head, length below 456, or a write failure.
+ * (0, as ZEPHPLAY_GetFileHead leaves it: the configured DefaultAudioCoder). An MP4 recording
+ * takes only the start time and that coder type, and only before its first key frame. Returns
+ * 0; -1 for a NULL writer or head, length below 456, or a write failure.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetFileHead(ZEPHPLAY_WRITER* writer, const uint8_t* head,
                                                      uint32_t length);

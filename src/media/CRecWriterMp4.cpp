@@ -1,26 +1,457 @@
 #include "media/CRecWriterMp4.h"
 
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/mathematics.h>
+}
+
+#include "common/ByteOrder.h"
+#include "common/CAutoLock.h"
+#include "common/CLibraryConfig.h"
 #include "common/LogAccess.h"
+#include "media/FrameFormat.h"
+#include "media/GrecFormat.h"
+#include "platform/LocalTime.h"
 
 namespace zp {
 
+namespace {
+
+constexpr int kTimeScale = 90000;
+constexpr uint32_t kMaxPacket = INT32_MAX - AV_INPUT_BUFFER_PADDING_SIZE;
+// A fragment per key frame, the head written before any sample: what makes a killed recording
+// readable up to its last closed fragment.
+constexpr const char* kMovFlags = "frag_keyframe+empty_moov+default_base_moof";
+constexpr uint8_t kStartCode[4] = {0, 0, 0, 1};
+
+uint32_t FindStartCode(const uint8_t* p, uint32_t n, uint32_t from) {
+  for (uint32_t i = from; i + 3 <= n; ++i) {
+    if (p[i] == 0 && p[i + 1] == 0 && p[i + 2] == 1) {
+      return i;
+    }
+  }
+  return n;
+}
+
+// Calls fn(nal, size) for every NAL unit of an Annex B access unit.
+template <class Fn>
+void ForEachNal(const uint8_t* p, uint32_t n, Fn fn) {
+  uint32_t code = FindStartCode(p, n, 0);
+  while (code < n) {
+    const uint32_t start = code + 3;
+    const uint32_t next = FindStartCode(p, n, start);
+    uint32_t end = next;
+    // Parameter sets end in a stop bit, so trailing zeros belong to the next start code.
+    while (end > start && p[end - 1] == 0) {
+      --end;
+    }
+    if (end > start) {
+      fn(p + start, end - start);
+    }
+    code = next;
+  }
+}
+
+bool IsHevcParamSet(const uint8_t* nal, uint32_t size) {
+  const int type = (nal[0] >> 1) & 0x3F;
+  return size >= 2 && (nal[0] & 0x81) == 0 && nal[1] == 1 && type >= 32 && type <= 34;
+}
+
+bool IsH264ParamSet(const uint8_t* nal, uint32_t /*size*/) {
+  const int type = nal[0] & 0x9F;
+  return type == 7 || type == 8;
+}
+
+// The codec whose sequence parameter set the access unit carries: HEVC (type 33 with a
+// two-byte header) is tested first, its header bytes being the more specific.
+AVCodecID DetectCodec(const uint8_t* data, uint32_t length) {
+  bool hevc = false;
+  bool h264 = false;
+  ForEachNal(data, length, [&](const uint8_t* nal, uint32_t size) {
+    hevc = hevc || (IsHevcParamSet(nal, size) && ((nal[0] >> 1) & 0x3F) == 33);
+    h264 = h264 || (nal[0] & 0x9F) == 7;
+  });
+  if (hevc) {
+    return AV_CODEC_ID_HEVC;
+  }
+  return h264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_NONE;
+}
+
+constexpr int kAacFrameSamples = 1024;
+
+// The AAC-LC AudioSpecificConfig of mono sound at `rate`: 2 bytes for a listed rate, 5 with the
+// rate written out.
+int WriteAacConfig(uint32_t rate, uint8_t* out) {
+  static const uint32_t kRates[] = {96000, 88200, 64000, 48000, 44100, 32000, 24000,
+                                    22050, 16000, 12000, 11025, 8000,  7350};
+  uint32_t index = 15;
+  for (uint32_t i = 0; i < sizeof kRates / sizeof kRates[0]; ++i) {
+    index = kRates[i] == rate ? i : index;
+  }
+  uint64_t bits = 2;  // AAC-LC
+  int count = 5;
+  bits = bits << 4 | index;
+  count += 4;
+  if (index == 15) {
+    bits = bits << 24 | rate;
+    count += 24;
+  }
+  bits = bits << 4 | 1;  // one channel
+  count += 4;
+  const int bytes = (count + 3 + 7) / 8;  // three zero flag bits follow
+  bits <<= bytes * 8 - count;
+  for (int i = 0; i < bytes; ++i) {
+    out[i] = static_cast<uint8_t>(bits >> (8 * (bytes - 1 - i)));
+  }
+  return bytes;
+}
+
+const char* CodecName(int codecId) { return codecId == AV_CODEC_ID_HEVC ? "HEVC" : "H.264"; }
+
+}  // namespace
+
+CRecWriterMp4::~CRecWriterMp4() {
+  CAutoLock lock(&m_WriterLock);
+  CloseLocked();
+}
+
 int CRecWriterMp4::OpenWriter(const char* path, int /*pathKind*/) {
-  LogError("%s MP4 recording is not available in this build, %s not opened", "CRecWriterMp4::OpenWriter", path);
-  return -1;
+  CAutoLock lock(&m_WriterLock);
+  return OpenLocked(path);
 }
 
-int CRecWriterMp4::OpenWriterEx(const char* path, uint32_t* /*recordedMs*/, int /*pathKind*/) {
-  LogError("%s MP4 recording is not available in this build, %s not opened", "CRecWriterMp4::OpenWriterEx", path);
-  return -1;
+int CRecWriterMp4::OpenWriterEx(const char* path, uint32_t* recordedMs, int /*pathKind*/) {
+  CAutoLock lock(&m_WriterLock);
+  if (recordedMs != nullptr) {
+    *recordedMs = 0;
+  }
+  return OpenLocked(path);
 }
 
-int CRecWriterMp4::SetFileHead(const uint8_t* /*head*/, uint32_t /*length*/) { return -1; }
-
-int CRecWriterMp4::WriteFrame(const uint8_t* /*data*/, uint32_t /*length*/, uint32_t /*tag*/, uint64_t /*stamp*/,
-                              uint32_t* /*payloadOffset*/, uint32_t* /*nextOffset*/) {
-  return -1;
+int CRecWriterMp4::OpenLocked(const char* path) {
+  CloseLocked();
+  if (path == nullptr) {
+    return -1;
+  }
+  if (avformat_alloc_output_context2(&m_pFormat, nullptr, "mp4", path) < 0 || m_pFormat == nullptr) {
+    LogError("%s no MP4 muxer for %s", "CRecWriterMp4::OpenWriter", path);
+    return -1;
+  }
+  m_pPacket = av_packet_alloc();
+  if (m_pPacket == nullptr || avio_open(&m_pFormat->pb, path, AVIO_FLAG_WRITE) < 0) {
+    LogError("%s cannot create %s", "CRecWriterMp4::OpenWriter", path);
+    CloseLocked();
+    return -1;
+  }
+  // Every packet reaches the file at once: a fragment is complete on disk when the next starts.
+  m_pFormat->flush_packets = 1;
+  return 0;
 }
 
-int CRecWriterMp4::CloseWriter() { return 0; }
+int CRecWriterMp4::SetFileHead(const uint8_t* head, uint32_t length) {
+  CAutoLock lock(&m_WriterLock);
+  if (m_pFormat == nullptr || m_bStarted || head == nullptr || length < grec::kHeadFieldsLength) {
+    return -1;
+  }
+  std::memcpy(m_HeadStart, head + grec::kOffStartTime, sizeof m_HeadStart);
+  m_bHeadStart = true;
+  m_nSoundCoder = ReadU32(head + grec::kOffStreamKind);
+  return 0;
+}
+
+int CRecWriterMp4::WriteFrame(const uint8_t* data, uint32_t length, uint32_t tag, uint64_t stamp,
+                              uint32_t* payloadOffset, uint32_t* nextOffset) {
+  CAutoLock lock(&m_WriterLock);
+  // The muxer counts a packet's bytes in an int, padding included.
+  if (m_pFormat == nullptr || (data == nullptr && length != 0) || length > kMaxPacket) {
+    return -1;
+  }
+  int result = 0;
+  if (IsVideoKind(tag)) {
+    result = WriteVideo(data, length, IsKeyFrame(tag), stamp);
+  } else if (IsAudioKind(tag)) {
+    result = WriteSound(data, length, stamp);
+  }
+  if (payloadOffset != nullptr) {
+    *payloadOffset = 0;
+  }
+  if (nextOffset != nullptr) {
+    *nextOffset = static_cast<uint32_t>(avio_tell(m_pFormat->pb));
+  }
+  return result;
+}
+
+int CRecWriterMp4::WriteVideo(const uint8_t* data, uint32_t length, bool key, uint64_t stamp) {
+  if (m_bRefused) {
+    return -1;
+  }
+  if (!m_bStarted && !key) {
+    return 0;
+  }
+  if (key && !AcceptKeyFrame(data, length)) {
+    return m_bStarted ? -1 : 0;
+  }
+  if (m_nLastDts < 0) {
+    m_u64FirstStamp = stamp;
+  }
+  if (stamp < m_u64FirstStamp) {
+    LogError("%s stamp %llu before the first frame's, frame left out", "CRecWriterMp4::WriteFrame",
+             static_cast<unsigned long long>(stamp));
+    return -1;
+  }
+  const int64_t dts = av_rescale(static_cast<int64_t>(stamp - m_u64FirstStamp), kTimeScale, 1000000);
+  if (dts <= m_nLastDts) {
+    LogError("%s stamp %llu not after the previous frame's, frame left out", "CRecWriterMp4::WriteFrame",
+             static_cast<unsigned long long>(stamp));
+    return -1;
+  }
+  if (m_nLastDts >= 0) {
+    m_nLastGap = dts - m_nLastDts;
+  }
+  m_nLastDts = dts;
+  // The coming frame's distance is unknown yet: the last one stands for it.
+  return WritePacket(m_pVideo, data, length, dts, m_nLastGap, key);
+}
+
+int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp) {
+  if (m_pSound == nullptr || !m_pTranscoder->Decode(data, length)) {
+    return 0;
+  }
+  if (m_nSoundPts < 0) {
+    const uint64_t offset = stamp > m_u64FirstStamp ? stamp - m_u64FirstStamp : 0;
+    m_nSoundPts = av_rescale(static_cast<int64_t>(offset), m_nSoundRate, 1000000);
+  }
+  const uint8_t* frame = nullptr;
+  uint32_t frameLength = 0;
+  while (m_pTranscoder->NextFrame(&frame, &frameLength)) {
+    if (WritePacket(m_pSound, frame, frameLength, m_nSoundPts, kAacFrameSamples, true) != 0) {
+      return -1;
+    }
+    m_nSoundPts += kAacFrameSamples;
+  }
+  return 0;
+}
+
+int CRecWriterMp4::WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t duration,
+                               bool key) {
+  // The payload is lent to the muxer, which copies it into the fragment: no copy of ours.
+  m_pPacket->data = const_cast<uint8_t*>(data);
+  m_pPacket->size = static_cast<int>(length);
+  m_pPacket->pts = pts;
+  m_pPacket->dts = pts;
+  m_pPacket->duration = duration;
+  m_pPacket->flags = key ? AV_PKT_FLAG_KEY : 0;
+  m_pPacket->stream_index = stream->index;
+  const int ret = av_write_frame(m_pFormat, m_pPacket);
+  m_pPacket->data = nullptr;
+  m_pPacket->size = 0;
+  if (ret < 0) {
+    LogError("%s writing a frame to %s failed (%d)", "CRecWriterMp4::WriteFrame", m_pFormat->url, ret);
+    return -1;
+  }
+  return 0;
+}
+
+bool CRecWriterMp4::AcceptKeyFrame(const uint8_t* data, uint32_t length) {
+  VideoHead head;
+  if (!ReadVideoHead(data, length, &head)) {
+    if (!m_bStarted) {
+      LogError("%s key frame without readable parameter sets left out", "CRecWriterMp4::WriteFrame");
+    }
+    // A later key frame without parameter sets keeps those of the track.
+    return m_bStarted;
+  }
+  if (!m_bStarted) {
+    // A muxer that failed to start keeps its half-made tracks: nothing more goes in.
+    m_bRefused = !StartMuxer(data, length, head);
+    return !m_bRefused;
+  }
+  if (head.nCodecId != m_VideoHead.nCodecId || head.nWidth != m_VideoHead.nWidth ||
+      head.nHeight != m_VideoHead.nHeight) {
+    LogError("%s key frame changes the video from %s %dx%d to %s %dx%d, video after it refused",
+             "CRecWriterMp4::WriteFrame", CodecName(m_VideoHead.nCodecId), m_VideoHead.nWidth, m_VideoHead.nHeight,
+             CodecName(head.nCodecId), head.nWidth, head.nHeight);
+    m_bRefused = true;
+    return false;
+  }
+  return true;
+}
+
+bool CRecWriterMp4::ReadVideoHead(const uint8_t* data, uint32_t length, VideoHead* head) {
+  const AVCodecID codec = DetectCodec(data, length);
+  if (codec == AV_CODEC_ID_NONE) {
+    return false;
+  }
+  head->nCodecId = codec;
+  if (m_bStarted && m_VideoHead.nCodecId != codec) {
+    return true;  // another codec: refused whatever its size
+  }
+  if (!m_bStarted) {
+    // Until the track starts, each key frame is read afresh, whatever codec came before.
+    av_parser_close(m_pParser);
+    avcodec_free_context(&m_pParseCodec);
+    m_pParser = av_parser_init(codec);
+    m_pParseCodec = avcodec_alloc_context3(nullptr);
+    if (m_pParser == nullptr || m_pParseCodec == nullptr) {
+      return false;
+    }
+    // Each call is one whole access unit: parse it now rather than wait for the next.
+    m_pParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+  }
+  if (m_KeyCopy.size() < length + AV_INPUT_BUFFER_PADDING_SIZE) {
+    m_KeyCopy.resize(length + AV_INPUT_BUFFER_PADDING_SIZE);
+  }
+  std::memcpy(m_KeyCopy.data(), data, length);
+  std::memset(m_KeyCopy.data() + length, 0, AV_INPUT_BUFFER_PADDING_SIZE);
+  uint8_t* out = nullptr;
+  int outSize = 0;
+  av_parser_parse2(m_pParser, m_pParseCodec, &out, &outSize, m_KeyCopy.data(), static_cast<int>(length),
+                   AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
+  head->nWidth = m_pParser->width;
+  head->nHeight = m_pParser->height;
+  return head->nWidth > 0 && head->nHeight > 0;
+}
+
+bool CRecWriterMp4::StartMuxer(const uint8_t* data, uint32_t length, const VideoHead& head) {
+  // The parameter sets, in Annex B form, which the muxer turns into the sample description.
+  std::vector<uint8_t> extradata;
+  ForEachNal(data, length, [&](const uint8_t* nal, uint32_t size) {
+    const bool param = head.nCodecId == AV_CODEC_ID_HEVC ? IsHevcParamSet(nal, size) : IsH264ParamSet(nal, size);
+    if (param) {
+      extradata.insert(extradata.end(), kStartCode, kStartCode + sizeof kStartCode);
+      extradata.insert(extradata.end(), nal, nal + size);
+    }
+  });
+  m_pVideo = avformat_new_stream(m_pFormat, nullptr);
+  if (m_pVideo == nullptr) {
+    return false;
+  }
+  AVCodecParameters* par = m_pVideo->codecpar;
+  par->extradata = static_cast<uint8_t*>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (par->extradata == nullptr) {
+    return false;
+  }
+  std::memcpy(par->extradata, extradata.data(), extradata.size());
+  par->extradata_size = static_cast<int>(extradata.size());
+  par->codec_type = AVMEDIA_TYPE_VIDEO;
+  par->codec_id = static_cast<AVCodecID>(head.nCodecId);
+  par->width = head.nWidth;
+  par->height = head.nHeight;
+  m_pVideo->time_base = AVRational{1, kTimeScale};
+  if (!AddSoundTrack()) {
+    return false;
+  }
+  SetCreationTime();
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "movflags", kMovFlags, 0);
+  const int ret = avformat_write_header(m_pFormat, &options);
+  av_dict_free(&options);
+  if (ret < 0) {
+    LogError("%s writing the head of %s failed (%d)", "CRecWriterMp4::WriteFrame", m_pFormat->url, ret);
+    m_bRefused = true;
+    return false;
+  }
+  m_VideoHead = head;
+  m_bStarted = true;
+  LogInfo("%s %s %s %dx%d", "CRecWriterMp4::WriteFrame", m_pFormat->url, CodecName(head.nCodecId), head.nWidth,
+          head.nHeight);
+  return true;
+}
+
+// The sound track, when a transcoder takes the sound's coder type; false only without memory.
+bool CRecWriterMp4::AddSoundTrack() {
+  m_pTranscoder.reset(IAudioTranscoder::Make());
+  const uint32_t coder =
+      m_nSoundCoder != 0 ? m_nSoundCoder : static_cast<uint32_t>(CLibraryConfig::Instance().DefaultAudioCoder());
+  if (m_pTranscoder == nullptr || !m_pTranscoder->Open(coder, &m_nSoundRate)) {
+    LogInfo("%s no sound track in %s (audio coder %u)", "CRecWriterMp4::WriteFrame", m_pFormat->url, coder);
+    m_pTranscoder.reset();
+    return true;
+  }
+  m_pSound = avformat_new_stream(m_pFormat, nullptr);
+  if (m_pSound == nullptr) {
+    return false;
+  }
+  AVCodecParameters* par = m_pSound->codecpar;
+  par->extradata = static_cast<uint8_t*>(av_mallocz(8 + AV_INPUT_BUFFER_PADDING_SIZE));
+  if (par->extradata == nullptr) {
+    return false;
+  }
+  par->extradata_size = WriteAacConfig(m_nSoundRate, par->extradata);
+  par->codec_type = AVMEDIA_TYPE_AUDIO;
+  par->codec_id = AV_CODEC_ID_AAC;
+  par->profile = FF_PROFILE_AAC_LOW;
+  par->sample_rate = static_cast<int>(m_nSoundRate);
+  par->frame_size = kAacFrameSamples;
+  av_channel_layout_default(&par->ch_layout, 1);
+  m_pSound->time_base = AVRational{1, static_cast<int>(m_nSoundRate)};
+  return true;
+}
+
+// The recording's creation time, as local wall-clock time: SetFileBeginTime's when in use, else
+// the application head's start time, else now.
+void CRecWriterMp4::SetCreationTime() {
+  std::tm t = platform::LocalTimeNow();
+  if (m_nUseBeginTime != 0) {
+    t.tm_year = static_cast<int>(m_nBeginYear) - 1900;
+    t.tm_mon = static_cast<int>(m_nBeginMonth) - 1;
+    t.tm_mday = static_cast<int>(m_nBeginDay);
+    t.tm_hour = static_cast<int>(m_nBeginHour);
+    t.tm_min = static_cast<int>(m_nBeginMinute);
+    t.tm_sec = static_cast<int>(m_nBeginSecond);
+  } else if (m_bHeadStart) {
+    t.tm_year = m_HeadStart[0] + 100;
+    t.tm_mon = m_HeadStart[1] - 1;
+    t.tm_mday = m_HeadStart[2];
+    t.tm_hour = m_HeadStart[3];
+    t.tm_min = m_HeadStart[4];
+    t.tm_sec = m_HeadStart[5];
+  }
+  // Without a trailing 'Z' the muxer reads the time as local time.
+  char text[64];
+  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d", t.tm_year + 1900, t.tm_mon + 1, t.tm_mday,
+                t.tm_hour, t.tm_min, t.tm_sec);
+  av_dict_set(&m_pFormat->metadata, "creation_time", text, 0);
+}
+
+int CRecWriterMp4::CloseWriter() {
+  CAutoLock lock(&m_WriterLock);
+  CloseLocked();
+  return 0;
+}
+
+void CRecWriterMp4::CloseLocked() {
+  if (m_pFormat != nullptr) {
+    if (m_bStarted && av_write_trailer(m_pFormat) < 0) {
+      LogError("%s writing the end of %s failed", "CRecWriterMp4::CloseWriter", m_pFormat->url);
+    }
+    avio_closep(&m_pFormat->pb);
+    avformat_free_context(m_pFormat);
+    m_pFormat = nullptr;
+  }
+  av_packet_free(&m_pPacket);
+  av_parser_close(m_pParser);
+  m_pParser = nullptr;
+  avcodec_free_context(&m_pParseCodec);
+  m_pVideo = nullptr;
+  m_pSound = nullptr;
+  m_pTranscoder.reset();
+  m_nSoundCoder = 0;
+  m_nSoundRate = 0;
+  m_nSoundPts = -1;
+  m_VideoHead = VideoHead{};
+  m_bStarted = false;
+  m_bRefused = false;
+  m_u64FirstStamp = 0;
+  m_nLastDts = -1;
+  m_nLastGap = 0;
+  m_bHeadStart = false;
+}
 
 }  // namespace zp

@@ -1,18 +1,87 @@
 #pragma once
+#include <cstdint>
+#include <memory>
+#include <vector>
+
 #include "media/CRecWriter.h"
+#include "media/IAudioTranscoder.h"
+
+struct AVCodecContext;
+struct AVCodecParserContext;
+struct AVFormatContext;
+struct AVPacket;
+struct AVStream;
 
 namespace zp {
 
-// The MP4 recording writer. MP4 output is not part of this build yet: every open fails with -1
-// and logs why, so a caller asking for ".mp4" learns at once that nothing will be recorded.
+// The MP4 recording writer. Video (H.264 or HEVC access units in Annex B form, as received) is
+// stored without re-encoding; the codec and picture size come from the first key frame's
+// parameter sets, and frames before it are left out. The file is fragmented, a fragment per key
+// frame, and every packet is flushed, so a recorder killed mid-recording leaves a file that reads
+// up to its last closed fragment. A later key frame that changes the codec or the picture size is
+// refused, and so is the video after it: one track holds one codec and size.
+// Sound from the first key frame on is decoded and stored again as mono AAC-LC through the
+// registered IAudioTranscoder, its coder type the application head's (byte 180) or else the
+// configured default; without a transcoder the file has no sound track. Data and auxiliary
+// frames have no track.
 class CRecWriterMp4 : public CRecWriter {
  public:
+  CRecWriterMp4() = default;
+  ~CRecWriterMp4() override;
+
+  // Opens `path` for a new recording; the MP4 head is written at the first key frame.
   int OpenWriter(const char* path, int pathKind) override;
+  // An MP4 recording cannot be resumed: starts a new one, *recordedMs 0.
   int OpenWriterEx(const char* path, uint32_t* recordedMs, int pathKind) override;
+  // Takes the head's start time as the recording's creation time (unless SetFileBeginTime gave
+  // one) and its audio coder type as the sound's. Before the first key frame only: the MP4 head is written then. 0, -1 when not open,
+  // the head short or already written.
   int SetFileHead(const uint8_t* head, uint32_t length) override;
+  // Video: 0 when stored or left out before the first key frame, -1 when refused. Other kinds: 0.
+  // *payloadOffset receives 0 (samples are placed by the muxer), *nextOffset the bytes written.
   int WriteFrame(const uint8_t* data, uint32_t length, uint32_t tag, uint64_t stamp, uint32_t* payloadOffset,
                  uint32_t* nextOffset) override;
+  // Writes the last fragment and the trailer. 0.
   int CloseWriter() override;
+
+ private:
+  // What a key frame's parameter sets say.
+  struct VideoHead {
+    int nCodecId = 0;
+    int nWidth = 0;
+    int nHeight = 0;
+  };
+
+  int OpenLocked(const char* path);
+  void CloseLocked();
+  bool ReadVideoHead(const uint8_t* data, uint32_t length, VideoHead* head);
+  bool StartMuxer(const uint8_t* data, uint32_t length, const VideoHead& head);
+  bool AcceptKeyFrame(const uint8_t* data, uint32_t length);
+  int WriteVideo(const uint8_t* data, uint32_t length, bool key, uint64_t stamp);
+  void SetCreationTime();
+  bool AddSoundTrack();
+  int WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp);
+  int WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t duration, bool key);
+
+  AVFormatContext* m_pFormat = nullptr;
+  AVStream* m_pVideo = nullptr;
+  AVStream* m_pSound = nullptr;
+  std::unique_ptr<IAudioTranscoder> m_pTranscoder;
+  uint32_t m_nSoundCoder = 0;  // 0: the configured default
+  uint32_t m_nSoundRate = 0;
+  int64_t m_nSoundPts = -1;
+  AVPacket* m_pPacket = nullptr;
+  AVCodecContext* m_pParseCodec = nullptr;
+  AVCodecParserContext* m_pParser = nullptr;
+  VideoHead m_VideoHead;
+  bool m_bStarted = false;
+  bool m_bRefused = false;
+  uint64_t m_u64FirstStamp = 0;
+  int64_t m_nLastDts = -1;
+  int64_t m_nLastGap = 0;
+  uint8_t m_HeadStart[6] = {};
+  bool m_bHeadStart = false;
+  std::vector<uint8_t> m_KeyCopy;  // a key frame with the padding the parser reads past its end
 };
 
 }  // namespace zp

@@ -1,0 +1,236 @@
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <ctime>
+#include <string>
+#include <vector>
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include "AvReference.h"
+#include "SampleEncoder.h"
+#include "StreamWriter.h"
+#include "common/ByteOrder.h"
+#include "common/TempDir.h"
+#include "media/CRecWriterMp4.h"
+#include "media/FrameFormat.h"
+#include "media/GrecFormat.h"
+#include "player/CRecAudioTranscoder.h"
+
+using namespace zp;
+using samples::EncodedFrame;
+using samples::VideoCodec;
+
+namespace {
+
+constexpr uint64_t kBase = 5000000000ull;  // recorders' stamps do not start at 0
+
+struct Mp4Read {
+  AVCodecID codec = AV_CODEC_ID_NONE, soundCodec = AV_CODEC_ID_NONE;
+  int width = 0, height = 0, packets = 0, sampleRate = 0;
+  int64_t durationUs = 0;
+  std::string creationTime;
+  std::vector<test::Picture> pictures;
+  std::vector<int16_t> sound;  // mono
+};
+
+// What libavformat reads from the file, every packet decoded by libavcodec.
+Mp4Read ReadMp4(const std::string& path) {
+  Mp4Read r;
+  AVFormatContext* fmt = nullptr;
+  if (avformat_open_input(&fmt, path.c_str(), nullptr, nullptr) < 0) {
+    return r;
+  }
+  if (const AVDictionaryEntry* e = av_dict_get(fmt->metadata, "creation_time", nullptr, 0)) {
+    r.creationTime = e->value;
+  }
+  std::vector<AVCodecContext*> ctx(fmt->nb_streams);
+  for (unsigned i = 0; i < fmt->nb_streams; ++i) {
+    const AVCodecParameters* par = fmt->streams[i]->codecpar;
+    (par->codec_type == AVMEDIA_TYPE_VIDEO ? r.codec : r.soundCodec) = par->codec_id;
+    r.width = std::max(r.width, par->width), r.height = std::max(r.height, par->height);
+    r.sampleRate = std::max(r.sampleRate, par->sample_rate);
+    ctx[i] = avcodec_alloc_context3(avcodec_find_decoder(par->codec_id));
+    avcodec_parameters_to_context(ctx[i], par);
+    avcodec_open2(ctx[i], nullptr, nullptr);
+  }
+  AVPacket* pkt = av_packet_alloc();
+  AVFrame* frame = av_frame_alloc();
+  auto drain = [&](AVCodecContext* c) {
+    while (avcodec_receive_frame(c, frame) == 0) {
+      if (c->codec_type == AVMEDIA_TYPE_VIDEO) {
+        r.pictures.push_back(test::PackPicture(frame->data[0], frame->data[1], frame->data[2], frame->linesize[0],
+                                               frame->linesize[1], frame->width, frame->height));
+      }
+      const auto* s = reinterpret_cast<const float*>(frame->data[0]);  // AAC decodes to planar float
+      for (int k = 0; c->codec_type == AVMEDIA_TYPE_AUDIO && k < frame->nb_samples; ++k) {
+        r.sound.push_back(static_cast<int16_t>(std::lrint(std::clamp(s[k] * 32768.0f, -32768.0f, 32767.0f))));
+      }
+    }
+  };
+  int64_t first = AV_NOPTS_VALUE;
+  while (av_read_frame(fmt, pkt) >= 0) {
+    AVStream* st = fmt->streams[pkt->stream_index];
+    if (st->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
+      ++r.packets;
+      first = first == AV_NOPTS_VALUE ? pkt->pts : first;
+      r.durationUs = av_rescale_q(pkt->pts + pkt->duration - first, st->time_base, AVRational{1, 1000000});
+    }
+    avcodec_send_packet(ctx[pkt->stream_index], pkt);
+    drain(ctx[pkt->stream_index]);
+    av_packet_unref(pkt);
+  }
+  for (AVCodecContext*& c : ctx) {
+    avcodec_send_packet(c, nullptr);
+    drain(c);
+    avcodec_free_context(&c);
+  }
+  av_frame_free(&frame);
+  av_packet_free(&pkt);
+  avformat_close_input(&fmt);
+  return r;
+}
+
+std::vector<EncodedFrame> Encode(VideoCodec codec, int width, int height, int frames, int gop) {
+  return samples::EncodeVideo({.codec = codec, .width = width, .height = height, .frames = frames, .gop = gop});
+}
+
+int Write(CRecWriter* w, const EncodedFrame& f, uint64_t offsetUs = 0) {
+  return w->WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.key ? FRAME_TAG_I : FRAME_TAG_P,
+                       kBase + offsetUs + f.stampUs, nullptr, nullptr);
+}
+
+std::string Utc(int year, int month, int day, int hour, int minute, int second) {
+  std::tm t{};
+  t.tm_year = year - 1900, t.tm_mon = month - 1, t.tm_mday = day;
+  t.tm_hour = hour, t.tm_min = minute, t.tm_sec = second, t.tm_isdst = -1;
+  const std::time_t when = std::mktime(&t);
+  char text[40];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S.000000Z", gmtime_r(&when, &t));
+  return text;
+}
+
+// Video is stored as received from the first key frame on: the frames before it are left out,
+// sound does not disturb it, and what libavformat reads decodes to the source's pictures. The
+// creation time is SetFileBeginTime's when in use, else the head's start time. A key frame that
+// changes the codec or the size is refused, and so is the video after it.
+TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
+  struct Case {
+    VideoCodec codec;
+    AVCodecID id;
+    int width, height;
+    uint32_t useBeginTime;
+    std::string creationTime;
+    VideoCodec changedCodec;
+    int changedWidth;
+  } cases[] = {{VideoCodec::H264, AV_CODEC_ID_H264, 352, 288, 1, Utc(2025, 7, 4, 1, 2, 3), VideoCodec::H265, 352},
+               {VideoCodec::H265, AV_CODEC_ID_HEVC, 320, 240, 0, Utc(2024, 2, 29, 23, 59, 58), VideoCodec::H265, 176}};
+  uint8_t head[grec::kHeadLength] = {};
+  const uint8_t start[6] = {24, 2, 29, 23, 59, 58};
+  std::copy(start, start + 6, head + grec::kOffStartTime);
+  TempDir dir;
+  for (const Case& c : cases) {
+    const std::vector<EncodedFrame> frames = Encode(c.codec, c.width, c.height, 40, 10);
+    const std::string path = (dir.path() / "clip.mp4").string();
+    CRecWriterMp4 w;
+    ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+    EXPECT_EQ(w.SetFileBeginTime(c.useBeginTime, 2025, 7, 4, 3600 + 120 + 3), 0);
+    EXPECT_EQ(w.SetFileHead(head, sizeof head), 0);
+    const uint8_t sound[160] = {};
+    for (size_t i = 3; i < frames.size(); ++i) {  // 3 to 9 come before the first key frame
+      EXPECT_EQ(Write(&w, frames[i]), 0) << i;
+      EXPECT_EQ(w.WriteFrame(sound, sizeof sound, FRAME_TAG_WAVE, kBase + frames[i].stampUs, nullptr, nullptr), 0);
+    }
+    EXPECT_EQ(w.SetFileHead(head, sizeof head), -1);  // the MP4 head is written by now
+    EXPECT_EQ(Write(&w, Encode(c.changedCodec, c.changedWidth, c.height, 1, 1)[0], 2000000), -1);
+    EXPECT_EQ(Write(&w, frames[10], 2100000), -1);
+    EXPECT_EQ(w.CloseWriter(), 0);
+    const Mp4Read r = ReadMp4(path);
+    EXPECT_EQ(r.codec, c.id);
+    EXPECT_EQ(r.width, c.width);
+    EXPECT_EQ(r.height, c.height);
+    EXPECT_EQ(r.packets, 30);
+    EXPECT_NEAR(r.durationUs, 30 * 40000, 40000);
+    EXPECT_EQ(r.creationTime, c.creationTime);
+    const std::vector<test::Picture> expected = test::DecodeAllPictures(c.id == AV_CODEC_ID_H264 ? "h264" : "hevc", frames, 10);
+    ASSERT_EQ(expected.size(), 30u);
+    EXPECT_TRUE(r.pictures == expected);
+  }
+}
+
+// Sound from the source's coder type comes back as mono AAC at the source's AAC rate (8000 Hz
+// otherwise), close to the source sound; the encoder's priming delay is found, not assumed.
+TEST(Mp4Writer, ReencodesSoundToAac) {
+  struct Case {
+    samples::AudioCodec codec;
+    int rate, frames;
+    double minSnrDb;
+  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 22.0}, {samples::AudioCodec::AacAdts, 16000, 24, 17.0}};
+  CRecAudioTranscoder::Register();
+  const std::vector<EncodedFrame> video = Encode(VideoCodec::H264, 176, 144, 38, 50);
+  TempDir dir;
+  for (const Case& c : cases) {
+    const samples::AudioParams a{.codec = c.codec, .sampleRate = c.rate, .frames = c.frames};
+    const std::vector<samples::TaggedFrame> frames = samples::MergeFrames(video, samples::EncodeAudio(a), FRAME_TAG_WAVE);
+    uint8_t head[grec::kHeadLength] = {};
+    WriteU32(head + grec::kOffStreamKind, samples::CoderTypeOf(a));
+    const std::string path = (dir.path() / "sound.mp4").string();
+    CRecWriterMp4 w;
+    ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+    ASSERT_EQ(w.SetFileHead(head, sizeof head), 0);
+    for (const samples::TaggedFrame& f : frames) {
+      EXPECT_EQ(w.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, kBase + f.stampUs, nullptr,
+                             nullptr), 0);
+    }
+    w.CloseWriter();
+    const Mp4Read r = ReadMp4(path);
+    EXPECT_EQ(r.soundCodec, AV_CODEC_ID_AAC);
+    EXPECT_EQ(r.sampleRate, c.rate);
+    EXPECT_EQ(r.packets, 38);
+    std::vector<int16_t> source;
+    const size_t n = static_cast<size_t>(c.rate) / 2;
+    samples::MakeSound(0, static_cast<int>(n), c.rate, 1, &source);
+    ASSERT_GE(r.sound.size(), n + 2048);
+    double best = -100;
+    for (size_t lag = 0; lag <= 2048; ++lag) {
+      best = std::max(best, test::SnrDb(source.data(), r.sound.data() + lag, n));
+    }
+    EXPECT_GT(best, c.minSnrDb) << c.rate;
+  }
+}
+
+// A writer killed mid-recording leaves every fragment closed before the kill readable: a
+// fragment closes when the next key frame arrives.
+TEST(Mp4Writer, KilledRecordingReadsToLastClosedFragment) {
+  const std::vector<EncodedFrame> frames = Encode(VideoCodec::H264, 352, 288, 60, 10);
+  TempDir dir;
+  const std::string path = (dir.path() / "killed.mp4").string();
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    CRecWriterMp4 w;
+    bool ok = w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath) == 0;
+    for (size_t i = 0; i <= 30; ++i) {  // key frames 0, 10, 20, 30: three fragments closed
+      ok = ok && Write(&w, frames[i]) == 0;
+    }
+    _exit(ok ? raise(SIGKILL) : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+  const Mp4Read r = ReadMp4(path);
+  EXPECT_EQ(r.codec, AV_CODEC_ID_H264);
+  EXPECT_EQ(r.packets, 30);
+  const std::vector<EncodedFrame> closed(frames.begin(), frames.begin() + 30);
+  EXPECT_TRUE(r.pictures == test::DecodeAllPictures("h264", closed));
+}
+
+}  // namespace
