@@ -14,7 +14,7 @@
 using namespace zp;
 using mediatest::Frame;
 using mediatest::Open;
-using mediatest::ReadFileBytes;
+using mediatest::ReadBytes;
 using mediatest::Record;
 
 namespace {
@@ -39,7 +39,7 @@ struct Layout {
 
 Layout ReadLayout(const std::string& path) {
   Layout out;
-  out.bytes = ReadFileBytes(path);
+  out.bytes = ReadBytes(path);
   const auto& b = out.bytes;
   EXPECT_GE(b.size(), 512u);
   const uint32_t indexOffset = ReadU32(&b[68]);
@@ -165,7 +165,7 @@ TEST(RecWriterGrec, OffsetsReportedAndIndexOnlyWhenNeeded) {
   writer.CloseWriter();
   EXPECT_EQ(writer.WriteFrame(data.data(), 21, FRAME_TAG_P, 8, nullptr, nullptr), -1);
   // Neither a key frame nor a data frame: no trailer, index offset stays 0.
-  const auto bytes = ReadFileBytes(path);
+  const auto bytes = ReadBytes(path);
   EXPECT_EQ(ReadU32(&bytes[68]), 0u);
   EXPECT_EQ(bytes.size(), 512u + 56 + 40);
   EXPECT_EQ(writer.OpenWriter((dir.path() / "no" / "such" / "dir.grec").c_str(), 1), -1);
@@ -186,7 +186,7 @@ TEST(RecWriterGrec, BeginTimeAndApplicationHead) {
   const std::vector<uint8_t> data(8, 1);
   ASSERT_EQ(writer.WriteFrame(data.data(), 8, FRAME_TAG_I, 10, nullptr, nullptr), 0);
   writer.CloseWriter();
-  const auto b = ReadFileBytes(path);
+  const auto b = ReadBytes(path);
   EXPECT_EQ(b[100], 0xCC);
   EXPECT_EQ(b[455], 0xCC);
   EXPECT_EQ(b[456], 0);
@@ -203,7 +203,7 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
     f.stampUs += 10000000;
   }
   const std::string path = Record(dir, "append.grec", first);
-  const uint32_t oldIndex = ReadU32(&ReadFileBytes(path)[68]);
+  const uint32_t oldIndex = ReadU32(&ReadBytes(path)[68]);
   samples::GrecOptions append;
   append.append = true;
   const samples::GrecResult appended = samples::WriteGrecFile(path, second, append);
@@ -229,7 +229,7 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
   ASSERT_EQ(writer.OpenWriterEx(other.c_str(), &recorded, CRecWriter::kNarrowPath), 0);
   EXPECT_EQ(recorded, 0u);
   writer.CloseWriter();
-  EXPECT_EQ(ReadU32(&ReadFileBytes(other)[0]), 0x12345678u);
+  EXPECT_EQ(ReadU32(&ReadBytes(other)[0]), 0x12345678u);
 }
 
 TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
