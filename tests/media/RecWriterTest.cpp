@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "MediaTestSupport.h"
 #include "media/CFileH264.h"
@@ -106,15 +107,13 @@ TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
   const std::string path = Record(dir, "layout.grec", frames);
   const Layout layout = ReadLayout(path);
   const auto& b = layout.bytes;
-  EXPECT_EQ(ReadU32(&b[0]), 0x12345678u);
-  EXPECT_EQ(ReadU32(&b[4]), 8u);
-  for (int off : {49, 50, 51, 53, 56}) {
+  for (const auto& [off, value] : {std::pair{0, 0x12345678u}, {4, 8u}, {60, 1u}, {64, 1u}, {72, 0u}}) {
+    EXPECT_EQ(ReadU32(&b[off]), value) << off;
+  }
+  for (int off : {49, 50, 51, 53, 54, 56}) {
     EXPECT_EQ(b[off], 1) << off;
   }
-  EXPECT_EQ(ReadU16(&b[54]), 1);
-  EXPECT_EQ(ReadU32(&b[60]), 1u);
-  EXPECT_EQ(ReadU32(&b[64]), 1u);
-  EXPECT_EQ(ReadU32(&b[72]), 0u);
+  EXPECT_EQ(b[55], 0);  // 54 is a 16-bit 1
   for (size_t i = 456; i < 512; ++i) {
     ASSERT_EQ(b[i], 0);
   }
@@ -123,8 +122,8 @@ TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
   EXPECT_EQ(layout.frames[1].offset - layout.frames[0].offset, 48u);
   EXPECT_EQ(layout.frames[3].offset - layout.frames[2].offset, 32u);
   EXPECT_EQ(layout.frames[0].tag, FRAME_TAG_I);
-  EXPECT_EQ(layout.frames[0].backLink, 0u);  // nothing before it
-  EXPECT_EQ(layout.frames[1].backLink, 0u);  // predicted frames carry none
+  // Nothing before the first key frame; predicted frames carry none.
+  EXPECT_EQ(std::make_pair(layout.frames[0].backLink, layout.frames[1].backLink), std::make_pair(0u, 0u));
   EXPECT_EQ(layout.frames[5].backLink, layout.frames[5].offset - layout.frames[4].offset);
   EXPECT_EQ(layout.frames[2].stamp, 1050000u);
   EXPECT_EQ(layout.frames[3].stamp, 0u);  // data frames are written without stamp
@@ -153,8 +152,7 @@ TEST(RecWriterGrec, OffsetsReportedAndIndexOnlyWhenNeeded) {
   const std::string path = (dir.path() / "p.grec").string();
   CRecWriterGrec writer;
   ASSERT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
-  uint32_t payload = 0;
-  uint32_t next = 0;
+  uint32_t payload = 0, next = 0;
   const std::vector<uint8_t> data(21, 1);
   ASSERT_EQ(writer.WriteFrame(data.data(), 21, FRAME_TAG_P, 5, &payload, &next), 0);
   EXPECT_EQ(payload, 512u + 32);
@@ -187,9 +185,7 @@ TEST(RecWriterGrec, BeginTimeAndApplicationHead) {
   ASSERT_EQ(writer.WriteFrame(data.data(), 8, FRAME_TAG_I, 10, nullptr, nullptr), 0);
   writer.CloseWriter();
   const auto b = ReadBytes(path);
-  EXPECT_EQ(b[100], 0xCC);
-  EXPECT_EQ(b[455], 0xCC);
-  EXPECT_EQ(b[456], 0);
+  EXPECT_EQ(std::make_tuple(b[100], b[455], b[456]), std::make_tuple(0xCC, 0xCC, 0));
   EXPECT_EQ(std::vector<uint8_t>(&b[37], &b[43]), (std::vector<uint8_t>{25, 12, 31, 23, 59, 58}));
   EXPECT_EQ(std::vector<uint8_t>(&b[43], &b[49]), std::vector<uint8_t>(6, 0xCC));  // end time kept from the head
   EXPECT_EQ(ReadU32(&b[68]), 512u + 32 + 8);
@@ -251,12 +247,11 @@ TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   ASSERT_TRUE(WIFSIGNALED(status));
-  // The frames that reached the file, counted from the sizes written.
-  // A frame counts once its payload is in; the last video header in the file gives the end.
+  // The frames that reached the file: each once its payload is in; the last video header in the
+  // file gives the end.
   const uint64_t size = std::filesystem::file_size(path);
   std::vector<Frame> reached;
-  uint64_t lastVideo = 0;
-  uint64_t at = 512;
+  uint64_t lastVideo = 0, at = 512;
   for (const Frame& f : frames) {
     const uint64_t head = IsVideoKind(f.tag) ? 32 : 16;
     if (IsVideoKind(f.tag) && at + head <= size) {

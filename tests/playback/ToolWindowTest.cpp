@@ -52,9 +52,7 @@ TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
     GTEST_SKIP() << "no Xvfb";
   }
   TempDir dir;
-  zp::samples::VideoParams params;
-  params.frames = 75;
-  const auto video = zp::samples::EncodeVideo(params);
+  const auto video = zp::samples::EncodeVideo({.frames = 75});
   const std::string file = (dir.path() / "window.grec").string();
   ASSERT_TRUE(zp::samples::WriteGrecFile(file, zp::samples::MergeFrames(video, {}, zp::samples::kFileAudioTag), {}).ok);
   const auto reference = zp::test::DecodeAllPictures("h264", video);

@@ -38,14 +38,9 @@ Recording MakeRecording(const TempDir& dir, const std::string& name, int videoFr
   rec.path = (dir.path() / name).string();
   rec.hevc = codec == zp::samples::VideoCodec::H265;
   rec.video = zp::samples::EncodeVideo({.codec = codec, .frames = videoFrames, .gop = gop, .bFrames = bFrames});
-  std::vector<zp::samples::EncodedFrame> sound;
-  if (audio) {
-    zp::samples::AudioParams a;
-    a.codec = zp::samples::AudioCodec::HisiG711A;
-    a.frames = videoFrames * 2;
-    a.samplesPerFrame = 160;
-    sound = zp::samples::EncodeAudio(a);
-  }
+  const auto sound = audio ? zp::samples::EncodeAudio({.codec = zp::samples::AudioCodec::HisiG711A,
+                                                       .frames = videoFrames * 2})
+                           : std::vector<zp::samples::EncodedFrame>();
   const auto frames = zp::samples::MergeFrames(rec.video, sound, zp::samples::kFileAudioTag);
   const bool ok = rec.path.ends_with(".mpg")
                       ? zp::samples::WriteFileBytes(rec.path, zp::samples::MakeMpgFile(frames, {}))

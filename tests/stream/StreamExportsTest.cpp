@@ -32,12 +32,7 @@ constexpr uint32_t kTypeP = 0x63643130;
 constexpr uint64_t kBase = 1000000000;  // stamps as recorders send them, far from 0
 
 std::vector<EncodedFrame> Video(int frames, int gop) {
-  zp::samples::VideoParams params;
-  params.width = 128;
-  params.height = 128;
-  params.frames = frames;
-  params.gop = gop;
-  auto video = zp::samples::EncodeVideo(params);
+  auto video = zp::samples::EncodeVideo({.width = 128, .height = 128, .frames = frames, .gop = gop});
   EXPECT_EQ(video.size(), static_cast<size_t>(frames));
   return video;
 }
@@ -103,18 +98,12 @@ struct Player {
 TEST(StreamExports, StreamBytesDecodeAsLibavcodecAndRefusalsLoseNothing) {
   const auto lead = Video(4, 10);     // P frames of another stream before the first key frame
   const auto video = Video(1500, 1);  // all key frames: a full queue is never trimmed to one
-  zp::samples::AudioParams a;
-  a.codec = zp::samples::AudioCodec::HisiG711A;
-  a.frames = 200;
-  const auto sound = zp::samples::EncodeAudio(a);
+  const auto sound = zp::samples::EncodeAudio({.codec = zp::samples::AudioCodec::HisiG711A, .frames = 200});
   auto frames = zp::samples::MergeFrames(std::vector<EncodedFrame>(lead.begin() + 1, lead.end()), {}, 0);
   for (const auto& f : zp::samples::MergeFrames(video, sound, zp::samples::kStreamAudioTag)) {
     frames.push_back(f);
   }
-  zp::samples::StreamOptions options;
-  options.garbageMax = 40;
-  options.leadingGarbageMax = 100;
-  const auto stream = zp::samples::MakeStream(frames, options);
+  const auto stream = zp::samples::MakeStream(frames, {.garbageMax = 40, .leadingGarbageMax = 100});
   const auto reference = zp::test::DecodeAllPictures("h264", video);
 
   Player player(4096);
