@@ -110,6 +110,8 @@ TEST(PlaybackExports, AMissingFileOpensAndFailsLater) {
   EXPECT_EQ(ZEPHPLAY_GetFileInfo(h, &info), 1);
   EXPECT_EQ(ZEPHPLAY_Play(h), 1);
   EXPECT_EQ(ZEPHPLAY_SetPlayTime(h, 0), 1);
+  EXPECT_EQ(ZEPHPLAY_OneByOne(h), 0);
+  EXPECT_EQ(ZEPHPLAY_CaptureJPEG(h, (dir.path() / "never.jpg").c_str()), -1);
   EXPECT_EQ(ZEPHPLAY_SetEndCallBack(h, 0, nullptr), 0);
   EXPECT_EQ(ZEPHPLAY_SetSourceBufCallBack(h, 0, nullptr, 0), -1);
   ZEPHPLAY_MEDIA_INFO media{};

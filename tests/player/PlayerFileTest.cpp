@@ -187,17 +187,6 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   EXPECT_EQ(player.Play(), 1);
 }
 
-TEST(PlayerFile, MissingFileOpensWithoutAReader) {
-  CPlayerFile player;
-  EXPECT_EQ(player.OpenFile("/nonexistent/dir/file.grec", 0), 1);
-  uint8_t info[20];
-  EXPECT_EQ(player.GetFileInfo(info), 1);
-  EXPECT_EQ(player.Play(), 1);
-  EXPECT_EQ(player.SetPlayTime(0), 1);
-  EXPECT_EQ(player.OneByOne(), 0);
-  EXPECT_EQ(player.CaptureJPEG("/tmp/never.jpg"), -1);
-}
-
 // Callers' threads pause, change the rate, seek, step, capture and swap callbacks while the
 // player plays; then it closes. TSan watches; the deadline catches a deadlock.
 TEST(PlayerFile, ControlsFromManyThreadsWhilePlaying) {

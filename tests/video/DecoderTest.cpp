@@ -153,6 +153,10 @@ TEST(HisiDecoders, GiveTheSamePicturesAsCVDECH264) {
   EXPECT_EQ(hisCol.mismatches, 0);
   EXPECT_EQ(hisCol.pictures.size(), 30u);  // without reordering every frame gives its picture
   ExpectPrefixOf(a.pictures, hisCol.pictures, 0);
+  // With B-frames Hi264 drains every picture it holds back.
+  const auto reordered = Encode(VideoCodec::H264, 352, 288, 30, true);
+  CVDECHis hisB;
+  ExpectPrefixOf(Collector().Run(&hisB, reordered).pictures, videotest::ReferenceDecode(reordered, false), 4);
 
   CVDECHi265 hi265;
   // The core came up, yet the initialised flag stays clear: set on failure only.
@@ -167,13 +171,6 @@ TEST(HisiDecoders, GiveTheSamePicturesAsCVDECH264) {
   for (size_t i = 0; i < n; ++i) {
     ASSERT_TRUE(hiCol.pictures[i] == b.pictures[i]) << "HEVC picture " << i;
   }
-}
-
-TEST(HisiDecoders, Hi264DrainsEveryPictureOfReorderedStreams) {
-  const auto frames = Encode(VideoCodec::H264, 352, 288, 30, true);
-  CVDECHis his;
-  Collector col;
-  ExpectPrefixOf(col.Run(&his, frames).pictures, videotest::ReferenceDecode(frames, false), 4);
 }
 
 TEST(HisiDecoders, MacroblockLimitsFollowThePictureClass) {
