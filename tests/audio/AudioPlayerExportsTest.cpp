@@ -155,14 +155,12 @@ TEST(AudioPlayerExports, PlaysTheDecodedUnitsWithTheGain) {
   constexpr int kUnits = 10;
   constexpr size_t kUnitSamples = 200;
   constexpr double kGain = 3.0;
-  std::vector<std::vector<uint8_t>> alaw;
-  for (int u = 0; u < kUnits; ++u) {
-    alaw.push_back(RandomBytes(kUnitSamples, 7 + u));
-  }
   AvDecoder oracle("pcm_alaw");
   ASSERT_TRUE(oracle.ok());
+  std::vector<std::vector<uint8_t>> alaw;
   std::vector<std::vector<int16_t>> expected(kUnits);
   for (int u = 0; u < kUnits; ++u) {
+    alaw.push_back(RandomBytes(kUnitSamples, 7 + u));
     std::vector<int16_t> pcm;
     ASSERT_TRUE(oracle.Decode(alaw[u].data(), alaw[u].size(), &pcm));
     ASSERT_EQ(pcm.size(), kUnitSamples);
@@ -225,15 +223,11 @@ TEST(AudioPlayerExports, GainAndVolumeLimits) {
   }
 }
 
-// What each refill plays of the frames queued, under the rules that keep or drop them: the
-// no-data count (with 3, a refill that runs out keeps the old content behind the new sound and
-// counts as the first empty one, the next two keep theirs too, then silence; with the default 0
-// silence at once); the cache check after the first frame of the first refill (the rules at their
-// limits are the cache control's own test; here the frame count and the delay the player was
-// opened with); a full buffer (100 frames) that refuses more room and then keeps the newest 50;
-// pure-audio mode, where the buffer grows, the cache rules are off, and a refill of exactly 16
-// frames loses the 17th, which does not fit. PCM frames are 20 ms each at 50 frames per second; a
-// device buffer holds 16 of them.
+// What each refill plays of the queued PCM frames (20 ms each, 16 to a device buffer): no-data
+// count 3 keeps the old content behind the new sound for the refill that runs out and the next two,
+// then silence (default 0: silence at once); the cache check after the first frame (its limits are
+// the cache control's test); a full buffer (100 frames) refuses, then keeps the newest 50; pure
+// audio grows the buffer, skips the cache rules and loses the 17th frame of a full refill.
 TEST(AudioPlayerExports, RefillsPlayWhatTheQueueRulesLeave) {
   const auto fill = Same(kPcmBuffer, kStartFillSample);
   const auto silence = Same(kPcmBuffer, 0);
