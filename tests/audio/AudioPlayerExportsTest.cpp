@@ -3,6 +3,7 @@
 // decoder as the judge of the decoded sound.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <vector>
@@ -16,13 +17,11 @@ namespace zp::test {
 namespace {
 
 constexpr uint16_t kCoderHisAlaw = 10;  // voice-engine units carrying G.711 A-law
-constexpr uint16_t kCoderUlaw = 18;
 constexpr uint16_t kCoderPcm8k = 20;
 // Samples in one device buffer: the decoder's largest output (voice engine 1280 bytes, PCM
 // 5120 bytes).
 constexpr size_t kHisBuffer = 640;
 constexpr size_t kPcmBuffer = 2560;
-constexpr size_t kPcmFrameSamples = 160;
 
 std::vector<uint8_t> Frame(const std::vector<uint8_t>& payload, uint64_t stamp) {
   std::vector<uint8_t> frame(12 + payload.size());
@@ -40,7 +39,7 @@ std::vector<uint8_t> Bytes(const std::vector<int16_t>& samples) {
 }
 
 // PCM frame number id: 160 samples of one value that tells the frames apart when played.
-std::vector<int16_t> PcmFrame(int id) { return Same(kPcmFrameSamples, static_cast<int16_t>((id + 1) * 10)); }
+std::vector<int16_t> PcmFrame(int id) { return Same(160, static_cast<int16_t>((id + 1) * 10)); }
 
 std::vector<int16_t> PcmFrames(std::initializer_list<std::pair<int, int>> ranges) {
   std::vector<int16_t> all;
@@ -58,9 +57,15 @@ std::vector<int16_t> PadTo(std::vector<int16_t> samples, size_t n) {
   return samples;
 }
 
-int16_t Scaled(int16_t sample, double gain) {
-  const auto v = static_cast<int32_t>(sample * gain);
-  return static_cast<int16_t>(v > 32767 ? 32767 : (v < -32768 ? -32768 : v));
+// What the device played: two start-fill buffers of `fill`, then each refill as given.
+void ExpectPlayed(const DiskAudio& disk, size_t buffer, const std::vector<std::vector<int16_t>>& refills,
+                  int16_t fill = kStartFillSample) {
+  const auto played = disk.WaitForSamples((3 + refills.size()) * buffer);
+  ASSERT_GE(played.size(), (2 + refills.size()) * buffer);
+  EXPECT_EQ(Slice(played, 0, 2 * buffer), Same(2 * buffer, fill)) << "the start fill";
+  for (size_t i = 0; i < refills.size(); ++i) {
+    EXPECT_EQ(Slice(played, (2 + i) * buffer, buffer), refills[i]) << "refill " << i;
+  }
 }
 
 // A player whose device was opened and stopped again: frames queue up until Play() reopens
@@ -150,19 +155,17 @@ TEST(AudioPlayerExports, PlaysTheDecodedUnitsWithTheGain) {
   constexpr int kUnits = 10;
   constexpr size_t kUnitSamples = 200;
   constexpr double kGain = 3.0;
-  std::vector<std::vector<uint8_t>> alaw;
-  for (int u = 0; u < kUnits; ++u) {
-    alaw.push_back(RandomBytes(kUnitSamples, 7 + u));
-  }
   AvDecoder oracle("pcm_alaw");
   ASSERT_TRUE(oracle.ok());
+  std::vector<std::vector<uint8_t>> alaw;
   std::vector<std::vector<int16_t>> expected(kUnits);
   for (int u = 0; u < kUnits; ++u) {
+    alaw.push_back(RandomBytes(kUnitSamples, 7 + u));
     std::vector<int16_t> pcm;
     ASSERT_TRUE(oracle.Decode(alaw[u].data(), alaw[u].size(), &pcm));
     ASSERT_EQ(pcm.size(), kUnitSamples);
     for (const int16_t s : pcm) {
-      expected[u].push_back(Scaled(s, kGain));
+      expected[u].push_back(static_cast<int16_t>(std::clamp(static_cast<int32_t>(s * kGain), -32768, 32767)));
     }
   }
 
@@ -178,19 +181,10 @@ TEST(AudioPlayerExports, PlaysTheDecodedUnitsWithTheGain) {
     ASSERT_EQ(ZEPHPLAY_InputAudioData(player.get(), frame.data(), static_cast<uint32_t>(frame.size()), 0), 0);
   }
   player.Play();
-  const auto played = disk.WaitForSamples(6 * kHisBuffer);
-  ASSERT_GE(played.size(), 6 * kHisBuffer);
-
-  EXPECT_EQ(Slice(played, 0, 2 * kHisBuffer), Same(2 * kHisBuffer, kStartFillSample)) << "the start fill";
-  const std::vector<std::vector<int16_t>> refills = {
-      PadTo(Cat({expected[0], expected[1], expected[2]}), kHisBuffer),
-      PadTo(Cat({expected[4], expected[5], expected[6]}), kHisBuffer),
-      PadTo(Cat({expected[8], expected[9]}), kHisBuffer),
-      Same(kHisBuffer, 0),
-  };
-  for (size_t i = 0; i < refills.size(); ++i) {
-    EXPECT_EQ(Slice(played, (2 + i) * kHisBuffer, kHisBuffer), refills[i]) << "refill " << i;
-  }
+  ExpectPlayed(disk, kHisBuffer,
+               {PadTo(Cat({expected[0], expected[1], expected[2]}), kHisBuffer),
+                PadTo(Cat({expected[4], expected[5], expected[6]}), kHisBuffer),
+                PadTo(Cat({expected[8], expected[9]}), kHisBuffer), Same(kHisBuffer, 0)});
 }
 
 // The gain never attenuates (0.5 plays at unity) and stops at 25 (30 plays as 25, clipped);
@@ -225,22 +219,15 @@ TEST(AudioPlayerExports, GainAndVolumeLimits) {
     const auto bytes = Bytes(payload);
     ASSERT_EQ(ZEPHPLAY_InputAudioFrame(player.get(), bytes.data(), static_cast<uint32_t>(bytes.size()), 5), 0);
     player.Play();
-    const auto played = disk.WaitForSamples(3 * kPcmBuffer);
-    ASSERT_GE(played.size(), 3 * kPcmBuffer);
-    EXPECT_EQ(Slice(played, 0, 2 * kPcmBuffer), Same(2 * kPcmBuffer, c.fill));
-    EXPECT_EQ(Slice(played, 2 * kPcmBuffer, kPcmBuffer), PadTo(c.frame, kPcmBuffer));
+    ExpectPlayed(disk, kPcmBuffer, {PadTo(c.frame, kPcmBuffer)}, c.fill);
   }
 }
 
-// What each refill plays of the frames queued, under the rules that keep or drop them: the
-// no-data count (with 3, a refill that runs out keeps the old content behind the new sound and
-// counts as the first empty one, the next two keep theirs too, then silence; with the default 0
-// silence at once); the cache check after the first frame of the first refill (the rules at their
-// limits are the cache control's own test; here the frame count and the delay the player was
-// opened with); a full buffer (100 frames) that refuses more room and then keeps the newest 50;
-// pure-audio mode, where the buffer grows, the cache rules are off, and a refill of exactly 16
-// frames loses the 17th, which does not fit. PCM frames are 20 ms each at 50 frames per second; a
-// device buffer holds 16 of them.
+// What each refill plays of the queued PCM frames (20 ms each, 16 to a device buffer): no-data
+// count 3 keeps the old content behind the new sound for the refill that runs out and the next two,
+// then silence (default 0: silence at once); the cache check after the first frame (its limits are
+// the cache control's test); a full buffer (100 frames) refuses, then keeps the newest 50; pure
+// audio grows the buffer, skips the cache rules and loses the 17th frame of a full refill.
 TEST(AudioPlayerExports, RefillsPlayWhatTheQueueRulesLeave) {
   const auto fill = Same(kPcmBuffer, kStartFillSample);
   const auto silence = Same(kPcmBuffer, 0);
@@ -298,13 +285,7 @@ TEST(AudioPlayerExports, RefillsPlayWhatTheQueueRulesLeave) {
     QueuedPlayer player(kCoderPcm8k, c.delayMs);
     c.queue(player);
     player.Play();
-    const size_t buffers = 2 + c.refills.size();
-    const auto played = disk.WaitForSamples((buffers + 1) * kPcmBuffer);
-    ASSERT_GE(played.size(), buffers * kPcmBuffer);
-    EXPECT_EQ(Slice(played, 0, 2 * kPcmBuffer), Same(2 * kPcmBuffer, kStartFillSample));
-    for (size_t i = 0; i < c.refills.size(); ++i) {
-      EXPECT_EQ(Slice(played, (2 + i) * kPcmBuffer, kPcmBuffer), c.refills[i]) << "refill " << i;
-    }
+    ExpectPlayed(disk, kPcmBuffer, c.refills);
   }
 }
 

@@ -13,7 +13,6 @@ namespace zp::test {
 namespace {
 
 using samples::AudioCodec;
-using samples::AudioParams;
 
 // Every coder type's decoder describes its output consistently: 16-bit PCM whose block and byte
 // rate follow from the channels and rate, a frame length and pace that make about a second, an
@@ -57,11 +56,8 @@ TEST(CadecG711, DecodesAsLibavcodecInWhole10msPiecesOnly) {
   };
   for (const Case& c : {Case{17, AudioCodec::G711A, "pcm_alaw"}, Case{18, AudioCodec::G711U, "pcm_mulaw"}}) {
     SCOPED_TRACE(c.avName);
-    AudioParams params;
-    params.codec = c.codec;
-    params.frames = 6;
-    params.samplesPerFrame = 960;  // the most one call takes
-    const auto frames = samples::EncodeAudio(params);
+    // 960 samples a frame: the most one call takes.
+    const auto frames = samples::EncodeAudio({.codec = c.codec, .frames = 6, .samplesPerFrame = 960});
     ASSERT_EQ(frames.size(), 6u);
     DecoderPtr d = MakeDecoder(c.coder);
     ASSERT_NE(d, nullptr);
@@ -144,12 +140,8 @@ TEST(CadecHis, RefusesUnitsWithAWrongHeadOrALyingLength) {
 }
 
 TEST(CadecPcm, CopiesLittleEndianSamplesAtTheCoderRate) {
-  AudioParams params;
-  params.codec = AudioCodec::Pcm16;
-  params.sampleRate = 16000;
-  params.frames = 2;
-  params.samplesPerFrame = 320;
-  const auto frames = samples::EncodeAudio(params);
+  const auto frames =
+      samples::EncodeAudio({.codec = AudioCodec::Pcm16, .sampleRate = 16000, .frames = 2, .samplesPerFrame = 320});
   ASSERT_EQ(frames.size(), 2u);
   DecoderPtr d = MakeDecoder(21);
   ASSERT_NE(d, nullptr);

@@ -112,12 +112,7 @@ TEST(CadecResample, ConverterOnlyWhereTheRatesDifferAndEchoCancellationForces16k
 }
 
 TEST(CadecResample, AacOutputIsConvertedWhenEnabled) {
-  samples::AudioParams params;
-  params.codec = samples::AudioCodec::AacAdts;
-  params.sampleRate = 48000;
-  params.channels = 1;
-  params.frames = 20;
-  const auto frames = samples::EncodeAudio(params);
+  const auto frames = samples::EncodeAudio({samples::AudioCodec::AacAdts, 48000, 1, 20});
   ASSERT_EQ(frames.size(), 20u);
   DecoderPtr d = MakeDecoder(25);
   ASSERT_NE(d, nullptr);

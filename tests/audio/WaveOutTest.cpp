@@ -13,6 +13,7 @@
 #include "audio/CAudioCacheControl.h"
 #include "audio/CWaveOut.h"
 #include "common/LockProbe.h"
+#include "support/Deadline.h"
 
 namespace zp::test {
 namespace {
@@ -95,8 +96,7 @@ constexpr uint32_t kPcmBufferSamples = 2560;  // the PCM decoder's 5120-byte out
 constexpr int kFrameSamples = 150;            // 300 bytes: 17 frames and 20 bytes fill a buffer
 
 struct PullSource {
-  int next = 0;
-  int frames = 0;
+  int next = 0, frames = 0;
   CMutexLock lock;
   std::atomic<int> handedOver{0};
 };
@@ -181,8 +181,7 @@ TEST(WaveOut, PullPathFillsEachBufferAndLeavesTheHandedLocks) {
 }
 
 struct SlowRefill {
-  std::atomic<int> entered{0};
-  std::atomic<int> left{0};
+  std::atomic<int> entered{0}, left{0};
 };
 
 void SlowPcm(const int16_t*, uint32_t, uint32_t, uint32_t, uint32_t, uint64_t, uint64_t user) {
@@ -212,10 +211,7 @@ TEST(WaveOut, StopWaitsForTheRefillUnderWay) {
   waveOut.SetFrameBuffer(&frames);
   waveOut.SetSkipCacheControl(true);
   ASSERT_EQ(waveOut.Start(), 1);
-  for (int ms = 0; slow.entered == 0 && ms < 10000; ++ms) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  ASSERT_GT(slow.entered.load(), 0) << "no refill within 10 s";
+  ASSERT_TRUE(WaitUntil([&] { return slow.entered > 0; }, std::chrono::seconds(10))) << "no refill within 10 s";
   waveOut.Stop();
   const int entered = slow.entered;
   EXPECT_EQ(slow.left.load(), entered) << "Stop returned with a refill still running";

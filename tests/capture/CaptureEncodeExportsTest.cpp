@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,11 +17,6 @@ namespace {
 using zp::test::DiskMicrophone;
 
 using Frames = zp::test::Delivered<ZEPHPLAY_ACE, &ZEPHPLAY_ACEClose>;
-
-std::vector<uint8_t> ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<uint8_t>{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 TEST(CaptureEncodeExports, PcmFramesCarryTheMicrophoneAndTheSaveFileHoldsWhatWasDelivered) {
   const std::vector<uint8_t> mic = zp::test::Ramp(16000);
@@ -58,7 +51,7 @@ TEST(CaptureEncodeExports, PcmFramesCarryTheMicrophoneAndTheSaveFileHoldsWhatWas
   ASSERT_GE(payloads.size(), mic.size());
   EXPECT_TRUE(std::equal(mic.begin(), mic.end(), payloads.begin()));
   // The file is a run of whole delivered frames from about the start of saving.
-  const std::vector<uint8_t> saved = ReadFile(path);
+  const std::vector<uint8_t> saved = zp::test::ReadBytes(path);
   std::remove(path);
   ASSERT_EQ(saved.size() % 320, 0u);
   EXPECT_GE(saved.size(), 19u * 320);

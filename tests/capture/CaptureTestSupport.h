@@ -3,14 +3,14 @@
 // delay per buffer, and plays silence once the file ends.
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "support/Deadline.h"
 
 namespace zp::test {
 
@@ -48,19 +48,6 @@ inline std::vector<uint8_t> Ramp(size_t n) {
     ramp[i] = static_cast<int16_t>(i * 7 - 20000);
   }
   return Bytes(ramp);
-}
-
-// Polls done() until it holds or the deadline passes: a broken capture fails, never hangs.
-template <typename Done>
-bool WaitUntil(Done done, int timeoutMs = 10000) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      return false;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return true;
 }
 
 }  // namespace zp::test

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
@@ -16,6 +14,7 @@
 #include "common/TempDir.h"
 #include "media/CRecFile.h"
 #include "media/FrameFormat.h"
+#include "support/Deadline.h"
 
 namespace mediatest {
 
@@ -53,10 +52,7 @@ inline std::vector<uint8_t> StreamBytes(const std::vector<Frame>& frames) {
   return out;
 }
 
-inline std::vector<uint8_t> ReadFileBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using zp::test::ReadBytes;
 
 // A recording written through the library's writer; `unfinished` leaves it as a killed writer would.
 inline std::string Record(const TempDir& dir, const std::string& name, const std::vector<Frame>& frames,

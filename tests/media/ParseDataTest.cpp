@@ -58,11 +58,7 @@ TEST(ParseData, RecoversEveryFrameFromRandomPiecesWithGarbage) {
     const uint32_t tags[] = {0x63643000, 0x63643100, 0x63643230, 0x62773100, 0x63643900, 0x63643800};
     frames.push_back({tags[rng() % 6], mediatest::RandomBytes(rng, rng() % 9000), 5000000 + i * 40000ull});
   }
-  samples::StreamOptions options;
-  options.seed = 3;
-  options.garbageMax = 40;
-  options.leadingGarbageMax = 100;
-  const samples::WrittenStream stream = samples::MakeStream(frames, options);
+  const samples::WrittenStream stream = samples::MakeStream(frames, {.seed = 3, .garbageMax = 40, .leadingGarbageMax = 100});
   for (size_t maxPiece : {1u, 3u, 700u, 20000u}) {
     std::unique_ptr<CParseData> parser(NewParser());
     std::vector<Got> got;

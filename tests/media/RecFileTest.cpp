@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <tuple>
 
 #include "MediaTestSupport.h"
 #include "media/CFileH264.h"
@@ -11,11 +12,23 @@
 using namespace zp;
 using mediatest::Frame;
 using mediatest::Open;
-using mediatest::ReadFileBytes;
+using mediatest::ReadBytes;
 using mediatest::Record;
 using mediatest::StreamBytes;
 
 namespace {
+
+// The next frame a reader gives; type 0 when there is none.
+mediatest::Read ReadOne(CRecFile* reader) {
+  const auto one = mediatest::ReadAll(reader, 1);
+  return one.empty() ? mediatest::Read{} : one[0];
+}
+
+FileInfo InfoOf(CRecFile* reader) {
+  FileInfo info;
+  reader->GetFileInfo(&info);
+  return info;
+}
 
 std::vector<uint64_t> KeyStamps(const std::vector<Frame>& frames) {
   std::vector<uint64_t> keys;
@@ -54,13 +67,10 @@ void CheckStepping(CRecFile* reader, const std::vector<Frame>& frames) {
   std::vector<uint64_t> expected(keys.rbegin() + 1, keys.rend());
   EXPECT_EQ(backward, expected);
   // Normal reading resumes at the key frame on screen (the first), then the frames after it.
-  ASSERT_EQ(reader->ReadFrame(&frame), 0);
-  EXPECT_EQ(frame->u64Stamp, keys.front());
-  EXPECT_EQ(frame->nLength, frames[0].data.size());
-  reader->ReleaseFrame(frame);
-  ASSERT_EQ(reader->ReadFrame(&frame), 0);
-  EXPECT_EQ(frame->u64Stamp, frames[1].stampUs);
-  reader->ReleaseFrame(frame);
+  const auto first = ReadOne(reader);
+  EXPECT_EQ(first.stamp, keys.front());
+  EXPECT_EQ(first.data, frames[0].data);
+  EXPECT_EQ(ReadOne(reader).stamp, frames[1].stampUs);
 }
 
 // Seeks across the span: the first frame after each seek is a key frame near the target.
@@ -68,8 +78,7 @@ void CheckStepping(CRecFile* reader, const std::vector<Frame>& frames) {
 void CheckSeeking(CRecFile* reader, const std::vector<Frame>& frames, const std::vector<uint8_t>& file,
                   uint64_t slackUs) {
   const std::vector<uint64_t> keys = KeyStamps(frames);
-  FileInfo info;
-  reader->GetFileInfo(&info);
+  const FileInfo info = InfoOf(reader);
   for (uint32_t ms = 0; ms <= info.nTotalMinSecond; ms += 1700) {
     ASSERT_EQ(reader->SeekTime(static_cast<int32_t>(ms), 0), 0) << ms;
     FrameHead* frame = nullptr;
@@ -137,11 +146,9 @@ TEST(FileTembro, BeginStampNeedsAFrameAtTheStartAndEndStampOneAbove512) {
                                                       {FRAME_TAG_WAVE, {1}, 7000000}})));
   auto reader = Open(path);
   ASSERT_NE(reader, nullptr);
-  FileInfo info;
-  reader->GetFileInfo(&info);
-  EXPECT_EQ(info.u64FileBegPts, 7000000u);
-  EXPECT_EQ(info.u64FileEndPts, 9000000u);
-  EXPECT_EQ(info.nTotalMinSecond, 2000u);
+  const FileInfo info = InfoOf(reader.get());
+  EXPECT_EQ(std::make_tuple(info.u64FileBegPts, info.u64FileEndPts, info.nTotalMinSecond),
+            std::make_tuple(7000000ull, 9000000ull, 2000u));
   auto frames = mediatest::ReadAll(reader.get());
   ASSERT_EQ(frames.size(), 5u);
   EXPECT_EQ(frames[0].type, FRAME_TAG_DATA);
@@ -175,21 +182,16 @@ TEST(FileTembro, RewindResumesAtOffset512AndSeeksStayInTheSpan) {
   const size_t firstAfter512 = std::upper_bound(offsets.begin(), offsets.end(), size_t{511}) - offsets.begin();
   ASSERT_EQ(afterRewind.size(), 40 - firstAfter512);
   EXPECT_EQ(afterRewind[0].stamp, 1000000 + firstAfter512 * 100000ull);
-  FileInfo info;
-  reader->GetFileInfo(&info);
-  EXPECT_EQ(info.nTotalMinSecond, 3900u);
+  EXPECT_EQ(InfoOf(reader.get()).nTotalMinSecond, 3900u);
   ASSERT_EQ(reader->SeekTime(0, 0), 0);
-  FrameHead* frame = nullptr;
-  ASSERT_EQ(reader->ReadFrame(&frame), 0);
-  EXPECT_EQ(frame->u64Stamp, 1000000u);
-  reader->ReleaseFrame(frame);
+  EXPECT_EQ(ReadOne(reader.get()).stamp, 1000000u);
   ASSERT_EQ(reader->SeekTime(2500, 0), 0);  // lands on the key frame after the guess
-  ASSERT_EQ(reader->ReadFrame(&frame), 0);
-  EXPECT_EQ(frame->nType, FRAME_TAG_I);
-  EXPECT_EQ(frame->u64Stamp, 4000000u);
-  reader->ReleaseFrame(frame);
+  const auto landed = ReadOne(reader.get());
+  EXPECT_EQ(landed.type, FRAME_TAG_I);
+  EXPECT_EQ(landed.stamp, 4000000u);
   reader->CloseFile();
   EXPECT_EQ(reader->SeekToBegin(), 1);
+  FrameHead* frame = nullptr;
   EXPECT_EQ(reader->ReadFrame(&frame), 1);
 }
 
@@ -204,12 +206,11 @@ TEST(FileH264, SeeksAndStepsWithAndWithoutIndex) {
     SCOPED_TRACE(path);
     auto reader = Open(path);
     ASSERT_NE(reader, nullptr);
-    FileInfo info;
-    reader->GetFileInfo(&info);
+    const FileInfo info = InfoOf(reader.get());
     EXPECT_EQ(info.u64FileBegPts, frames.front().stampUs);
     // The index ends at the last key frame; scanning finds the last video frame.
     EXPECT_EQ(info.u64FileEndPts, path == closed ? KeyStamps(frames).back() : frames[frames.size() - 2].stampUs);
-    CheckSeeking(reader.get(), frames, ReadFileBytes(path), path == closed ? 2000000 : 4000000);
+    CheckSeeking(reader.get(), frames, ReadBytes(path), path == closed ? 2000000 : 4000000);
     CheckStepping(reader.get(), frames);
   }
 }
@@ -220,7 +221,7 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   std::vector<Frame> frames = mediatest::MakeFrames(4, 90, 30, false);
   frames.insert(frames.begin() + 5, Frame{FRAME_TAG_DATA, {1, 2, 3}, 0});
   const std::string closed = Record(dir, "h.grec", frames);
-  const auto original = ReadFileBytes(closed);
+  const auto original = ReadBytes(closed);
   auto variant = [&](const std::string& name, auto edit) {
     auto bytes = original;
     edit(bytes);
@@ -242,10 +243,7 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   // offset points: far beyond the file gives what just beyond it gives.
   auto justPast = variant("past.grec", [](auto& b) { WriteU32(&b[68], static_cast<uint32_t>(b.size())); });
   ASSERT_NE(justPast, nullptr);
-  FileInfo farInfo;
-  FileInfo nearInfo;
-  outside->GetFileInfo(&farInfo);
-  justPast->GetFileInfo(&nearInfo);
+  const FileInfo farInfo = InfoOf(outside.get()), nearInfo = InfoOf(justPast.get());
   EXPECT_EQ(farInfo.u64FileEndPts, nearInfo.u64FileEndPts);
   EXPECT_EQ(farInfo.nTotalMinSecond, nearInfo.nTotalMinSecond);
   const auto got = mediatest::ReadAll(outside.get());
@@ -263,7 +261,7 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
 TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
   TempDir dir;
   const auto frames = mediatest::MakeFrames(5, 40, 10, true);
-  const auto original = ReadFileBytes(Record(dir, "t.grec", frames));
+  const auto original = ReadBytes(Record(dir, "t.grec", frames));
   const std::string path = (dir.path() / "damaged.grec").string();
   // Every truncation: the open fails or the reader returns a prefix of the frames. (Seeking and
   // stepping on any bytes at all are the reader fuzzer's.)

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <tuple>
 
 #include "MediaTestSupport.h"
 #include "media/CFileH264.h"
@@ -13,7 +14,7 @@
 using namespace zp;
 using mediatest::Frame;
 using mediatest::Open;
-using mediatest::ReadFileBytes;
+using mediatest::ReadBytes;
 using mediatest::Record;
 
 namespace {
@@ -38,7 +39,7 @@ struct Layout {
 
 Layout ReadLayout(const std::string& path) {
   Layout out;
-  out.bytes = ReadFileBytes(path);
+  out.bytes = ReadBytes(path);
   const auto& b = out.bytes;
   EXPECT_GE(b.size(), 512u);
   const uint32_t indexOffset = ReadU32(&b[68]);
@@ -105,15 +106,13 @@ TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
   const std::string path = Record(dir, "layout.grec", frames);
   const Layout layout = ReadLayout(path);
   const auto& b = layout.bytes;
-  EXPECT_EQ(ReadU32(&b[0]), 0x12345678u);
-  EXPECT_EQ(ReadU32(&b[4]), 8u);
-  for (int off : {49, 50, 51, 53, 56}) {
+  for (const auto& [off, value] : {std::pair{0, 0x12345678u}, {4, 8u}, {60, 1u}, {64, 1u}, {72, 0u}}) {
+    EXPECT_EQ(ReadU32(&b[off]), value) << off;
+  }
+  for (int off : {49, 50, 51, 53, 54, 56}) {
     EXPECT_EQ(b[off], 1) << off;
   }
-  EXPECT_EQ(ReadU16(&b[54]), 1);
-  EXPECT_EQ(ReadU32(&b[60]), 1u);
-  EXPECT_EQ(ReadU32(&b[64]), 1u);
-  EXPECT_EQ(ReadU32(&b[72]), 0u);
+  EXPECT_EQ(b[55], 0);  // 54 is a 16-bit 1
   for (size_t i = 456; i < 512; ++i) {
     ASSERT_EQ(b[i], 0);
   }
@@ -122,8 +121,8 @@ TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
   EXPECT_EQ(layout.frames[1].offset - layout.frames[0].offset, 48u);
   EXPECT_EQ(layout.frames[3].offset - layout.frames[2].offset, 32u);
   EXPECT_EQ(layout.frames[0].tag, FRAME_TAG_I);
-  EXPECT_EQ(layout.frames[0].backLink, 0u);  // nothing before it
-  EXPECT_EQ(layout.frames[1].backLink, 0u);  // predicted frames carry none
+  // Nothing before the first key frame; predicted frames carry none.
+  EXPECT_EQ(std::make_pair(layout.frames[0].backLink, layout.frames[1].backLink), std::make_pair(0u, 0u));
   EXPECT_EQ(layout.frames[5].backLink, layout.frames[5].offset - layout.frames[4].offset);
   EXPECT_EQ(layout.frames[2].stamp, 1050000u);
   EXPECT_EQ(layout.frames[3].stamp, 0u);  // data frames are written without stamp
@@ -152,8 +151,7 @@ TEST(RecWriterGrec, OffsetsReportedAndIndexOnlyWhenNeeded) {
   const std::string path = (dir.path() / "p.grec").string();
   CRecWriterGrec writer;
   ASSERT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
-  uint32_t payload = 0;
-  uint32_t next = 0;
+  uint32_t payload = 0, next = 0;
   const std::vector<uint8_t> data(21, 1);
   ASSERT_EQ(writer.WriteFrame(data.data(), 21, FRAME_TAG_P, 5, &payload, &next), 0);
   EXPECT_EQ(payload, 512u + 32);
@@ -164,7 +162,7 @@ TEST(RecWriterGrec, OffsetsReportedAndIndexOnlyWhenNeeded) {
   writer.CloseWriter();
   EXPECT_EQ(writer.WriteFrame(data.data(), 21, FRAME_TAG_P, 8, nullptr, nullptr), -1);
   // Neither a key frame nor a data frame: no trailer, index offset stays 0.
-  const auto bytes = ReadFileBytes(path);
+  const auto bytes = ReadBytes(path);
   EXPECT_EQ(ReadU32(&bytes[68]), 0u);
   EXPECT_EQ(bytes.size(), 512u + 56 + 40);
   EXPECT_EQ(writer.OpenWriter((dir.path() / "no" / "such" / "dir.grec").c_str(), 1), -1);
@@ -185,10 +183,8 @@ TEST(RecWriterGrec, BeginTimeAndApplicationHead) {
   const std::vector<uint8_t> data(8, 1);
   ASSERT_EQ(writer.WriteFrame(data.data(), 8, FRAME_TAG_I, 10, nullptr, nullptr), 0);
   writer.CloseWriter();
-  const auto b = ReadFileBytes(path);
-  EXPECT_EQ(b[100], 0xCC);
-  EXPECT_EQ(b[455], 0xCC);
-  EXPECT_EQ(b[456], 0);
+  const auto b = ReadBytes(path);
+  EXPECT_EQ(std::make_tuple(b[100], b[455], b[456]), std::make_tuple(0xCC, 0xCC, 0));
   EXPECT_EQ(std::vector<uint8_t>(&b[37], &b[43]), (std::vector<uint8_t>{25, 12, 31, 23, 59, 58}));
   EXPECT_EQ(std::vector<uint8_t>(&b[43], &b[49]), std::vector<uint8_t>(6, 0xCC));  // end time kept from the head
   EXPECT_EQ(ReadU32(&b[68]), 512u + 32 + 8);
@@ -202,7 +198,7 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
     f.stampUs += 10000000;
   }
   const std::string path = Record(dir, "append.grec", first);
-  const uint32_t oldIndex = ReadU32(&ReadFileBytes(path)[68]);
+  const uint32_t oldIndex = ReadU32(&ReadBytes(path)[68]);
   samples::GrecOptions append;
   append.append = true;
   const samples::GrecResult appended = samples::WriteGrecFile(path, second, append);
@@ -228,7 +224,7 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
   ASSERT_EQ(writer.OpenWriterEx(other.c_str(), &recorded, CRecWriter::kNarrowPath), 0);
   EXPECT_EQ(recorded, 0u);
   writer.CloseWriter();
-  EXPECT_EQ(ReadU32(&ReadFileBytes(other)[0]), 0x12345678u);
+  EXPECT_EQ(ReadU32(&ReadBytes(other)[0]), 0x12345678u);
 }
 
 TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
@@ -250,12 +246,11 @@ TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   ASSERT_TRUE(WIFSIGNALED(status));
-  // The frames that reached the file, counted from the sizes written.
-  // A frame counts once its payload is in; the last video header in the file gives the end.
+  // The frames that reached the file: each once its payload is in; the last video header in the
+  // file gives the end.
   const uint64_t size = std::filesystem::file_size(path);
   std::vector<Frame> reached;
-  uint64_t lastVideo = 0;
-  uint64_t at = 512;
+  uint64_t lastVideo = 0, at = 512;
   for (const Frame& f : frames) {
     const uint64_t head = IsVideoKind(f.tag) ? 32 : 16;
     if (IsVideoKind(f.tag) && at + head <= size) {

@@ -2,19 +2,13 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "common/TempDir.h"
+#include "support/Deadline.h"
 #include "zephplay.h"
 
 namespace {
-
-std::vector<uint8_t> Bytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 uint32_t U32(const uint8_t* p) {
   uint32_t v;
@@ -71,7 +65,7 @@ TEST(RecordExports, WriteThenReadARecording) {
     EXPECT_EQ(next - at, 1000u);
   }
   EXPECT_EQ(ZEPHPLAY_CloseWriter(writer), 0);
-  const auto bytes = Bytes(path);
+  const auto bytes = zp::test::ReadBytes(path);
   EXPECT_EQ(std::vector<uint8_t>(&bytes[37], &bytes[43]), (std::vector<uint8_t>{26, 3, 4, 5, 6, 7}));
 
   ZEPHPLAY_READER* reader = nullptr;

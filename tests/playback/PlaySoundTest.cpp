@@ -6,23 +6,16 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "AvReference.h"
 #include "DiskAudio.h"
 #include "common/TempDir.h"
+#include "support/Deadline.h"
 #include "zephplay.h"
 
 namespace {
-
-std::vector<uint8_t> ReadBytes(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
 
 // The A-law bytes of back-to-back frames of `frameBytes`, each behind a head of `headBytes`,
 // decoded by libavcodec.
@@ -88,7 +81,7 @@ TEST(PlaySound, PlaysTheRecordingsAudioDecodedInOrder) {
     const std::string make = std::string(SAMPLEMAKER_PATH) + " --frames 50 --audio " + c.audio + " -o ";
     ASSERT_EQ(std::system((make + grec + " -f grec > /dev/null").c_str()), 0);
     ASSERT_EQ(std::system((make + es + " -f es-audio > /dev/null").c_str()), 0);
-    const std::vector<int16_t> reference = OracleDecode(ReadBytes(es), c.headBytes, c.headBytes + 160);
+    const std::vector<int16_t> reference = OracleDecode(zp::test::ReadBytes(es), c.headBytes, c.headBytes + 160);
     ASSERT_EQ(reference.size(), 100u * 160u);
 
     ZEPHPLAY_PLAYHANDLE* h = nullptr;
@@ -96,11 +89,8 @@ TEST(PlaySound, PlaysTheRecordingsAudioDecodedInOrder) {
     ASSERT_EQ(ZEPHPLAY_OpenFile(h, grec.c_str(), 0), 0);
     ASSERT_EQ(ZEPHPLAY_Play(h), 0);
     ASSERT_EQ(ZEPHPLAY_PlaySound(h), 0);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
-    while (FramesInOrder(disk.Samples(), reference) < reference.size() / kFrame &&
-           std::chrono::steady_clock::now() < deadline) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    }
+    zp::test::WaitUntil([&] { return FramesInOrder(disk.Samples(), reference) >= reference.size() / kFrame; },
+                        std::chrono::seconds(15));
     EXPECT_EQ(ZEPHPLAY_ClosePlayHandle(h), 0);
 
     EXPECT_EQ(FramesInOrder(disk.Samples(), reference), reference.size() / kFrame);

@@ -2,23 +2,22 @@
 // grabbed with xwd and ImageMagick and compared with libavcodec's decode of that picture.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include "AvReference.h"
+#include "ImageReference.h"
 #include "GrecWriter.h"
 #include "SampleEncoder.h"
 #include "common/TempDir.h"
+#include "support/Deadline.h"
 
 namespace {
 
-using zp::test::Picture;
+using zp::test::Psnr;
+using zp::test::ReferenceRgb;
 
 // Starts an Xvfb of its own (on the display number the server picks, so parallel tests never
 // clash), runs the tool there until it pauses at 1.5 s, grabs its window (named after the file)
@@ -48,37 +47,12 @@ std::string Output(const std::string& command) {
   return out;
 }
 
-std::vector<uint8_t> Rgb(const Picture& p) {
-  std::vector<uint8_t> rgb;
-  for (int r = 0; r < p.height; ++r) {
-    for (int c = 0; c < p.width; ++c) {
-      const double y = 1.164383 * (p.y[r * p.width + c] - 16);
-      const double u = p.u[(r / 2) * (p.width / 2) + c / 2] - 128.0;
-      const double v = p.v[(r / 2) * (p.width / 2) + c / 2] - 128.0;
-      for (const double x : {y + 1.596027 * v, y - 0.391762 * u - 0.812968 * v, y + 2.017232 * u}) {
-        rgb.push_back(static_cast<uint8_t>(std::lround(std::min(255.0, std::max(0.0, x)))));
-      }
-    }
-  }
-  return rgb;
-}
-
-double Psnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
-  double sum = 0;
-  for (size_t i = 0; i < a.size() && a.size() == b.size(); ++i) {
-    sum += (a[i] - b[i]) * (a[i] - b[i]);
-  }
-  return a.size() != b.size() ? 0.0 : 10.0 * std::log10(255.0 * 255.0 * static_cast<double>(a.size()) / (sum + 1));
-}
-
 TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
   if (std::system("command -v Xvfb > /dev/null 2>&1") != 0) {
     GTEST_SKIP() << "no Xvfb";
   }
   TempDir dir;
-  zp::samples::VideoParams params;
-  params.frames = 75;
-  const auto video = zp::samples::EncodeVideo(params);
+  const auto video = zp::samples::EncodeVideo({.frames = 75});
   const std::string file = (dir.path() / "window.grec").string();
   ASSERT_TRUE(zp::samples::WriteGrecFile(file, zp::samples::MergeFrames(video, {}, zp::samples::kFileAudioTag), {}).ok);
   const auto reference = zp::test::DecodeAllPictures("h264", video);
@@ -93,17 +67,16 @@ TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
   ASSERT_TRUE(at != std::string::npos && std::sscanf(out.c_str() + at, "paused at %u ms", &ms) == 1) << out;
   EXPECT_NE(out.find("exit=0"), std::string::npos) << "the tool ends on Ctrl-C: " << out;
 
-  std::ifstream in(shot, std::ios::binary);
-  const std::vector<uint8_t> screen{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const std::vector<uint8_t> screen = zp::test::ReadBytes(shot);
   size_t shown = 0;
   while (shown < reference.size() && reference[shown].pts != static_cast<int64_t>(ms) * 1000) {
     ++shown;
   }
   ASSERT_LT(shown, reference.size()) << "no picture at " << ms << " ms";
   ASSERT_GE(shown, 10u);
-  const double psnr = Psnr(Rgb(reference[shown]), screen);
+  const double psnr = Psnr(ReferenceRgb(reference[shown]), screen);
   EXPECT_GE(psnr, 40.0) << "picture " << shown << " (" << ms << " ms)";
-  EXPECT_LT(Psnr(Rgb(reference[shown - 10]), screen), psnr - 3.0) << "another picture matches as well";
+  EXPECT_LT(Psnr(ReferenceRgb(reference[shown - 10]), screen), psnr - 3.0) << "another picture matches as well";
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
-#include <future>
+#include <iterator>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -16,6 +16,7 @@
 #include "common/TempDir.h"
 #include "player/CPlayerFile.h"
 #include "AvReference.h"
+#include "support/Deadline.h"
 
 namespace {
 
@@ -31,20 +32,15 @@ struct Recording {
   bool hevc = false;
 };
 
-Recording MakeRecording(const TempDir& dir, const std::string& name, zp::samples::VideoParams params,
-                        bool audio) {
+Recording MakeRecording(const TempDir& dir, const std::string& name, int videoFrames, int gop, bool audio,
+                        zp::samples::VideoCodec codec = zp::samples::VideoCodec::H264, bool bFrames = false) {
   Recording rec;
   rec.path = (dir.path() / name).string();
-  rec.hevc = params.codec == zp::samples::VideoCodec::H265;
-  rec.video = zp::samples::EncodeVideo(params);
-  std::vector<zp::samples::EncodedFrame> sound;
-  if (audio) {
-    zp::samples::AudioParams a;
-    a.codec = zp::samples::AudioCodec::HisiG711A;
-    a.frames = params.frames * 2;
-    a.samplesPerFrame = 160;
-    sound = zp::samples::EncodeAudio(a);
-  }
+  rec.hevc = codec == zp::samples::VideoCodec::H265;
+  rec.video = zp::samples::EncodeVideo({.codec = codec, .frames = videoFrames, .gop = gop, .bFrames = bFrames});
+  const auto sound = audio ? zp::samples::EncodeAudio({.codec = zp::samples::AudioCodec::HisiG711A,
+                                                       .frames = videoFrames * 2})
+                           : std::vector<zp::samples::EncodedFrame>();
   const auto frames = zp::samples::MergeFrames(rec.video, sound, zp::samples::kFileAudioTag);
   const bool ok = rec.path.ends_with(".mpg")
                       ? zp::samples::WriteFileBytes(rec.path, zp::samples::MakeMpgFile(frames, {}))
@@ -99,14 +95,7 @@ uint32_t PlayTime(CPlayerFile* player) {
 }
 
 bool WaitPlayTime(CPlayerFile* player, uint32_t ms) {
-  const auto end = std::chrono::steady_clock::now() + kDeadline;
-  while (PlayTime(player) < ms) {
-    if (std::chrono::steady_clock::now() > end) {
-      return false;
-    }
-    std::this_thread::sleep_for(5ms);
-  }
-  return true;
+  return zp::test::WaitUntil([&] { return PlayTime(player) >= ms; });
 }
 
 // Every frame is decoded once, as libavcodec decodes it, with its own stamp (B-frames too); the
@@ -131,12 +120,7 @@ TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
       continue;
     }
 #endif
-    zp::samples::VideoParams params;
-    params.codec = c.codec;
-    params.frames = 30;
-    params.gop = 10;
-    params.bFrames = c.bFrames;
-    const Recording rec = MakeRecording(dir, c.name, params, c.audio);
+    const Recording rec = MakeRecording(dir, c.name, 30, 10, c.audio, c.codec, c.bFrames);
     const auto reference = zp::test::DecodeAllPictures(rec.hevc ? "hevc" : "h264", rec.video);
     ASSERT_EQ(reference.size(), rec.video.size());
 
@@ -166,10 +150,7 @@ TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
 // Seek, step, key-frame stepping, pause and capture on a 4-second recording, key frame each second.
 TEST(PlayerFile, SeekStepPauseAndCapture) {
   TempDir dir;
-  zp::samples::VideoParams params;
-  params.frames = 100;
-  params.gop = 25;
-  const Recording rec = MakeRecording(dir, "seek.grec", params, false);
+  const Recording rec = MakeRecording(dir, "seek.grec", 100, 25, false);
   CPlayerFile player;
   ASSERT_EQ(player.OpenFile(rec.path.c_str(), 0), 0);
   ASSERT_EQ(player.Play(), 0);
@@ -206,25 +187,11 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   EXPECT_EQ(player.Play(), 1);
 }
 
-TEST(PlayerFile, MissingFileOpensWithoutAReader) {
-  CPlayerFile player;
-  EXPECT_EQ(player.OpenFile("/nonexistent/dir/file.grec", 0), 1);
-  uint8_t info[20];
-  EXPECT_EQ(player.GetFileInfo(info), 1);
-  EXPECT_EQ(player.Play(), 1);
-  EXPECT_EQ(player.SetPlayTime(0), 1);
-  EXPECT_EQ(player.OneByOne(), 0);
-  EXPECT_EQ(player.CaptureJPEG("/tmp/never.jpg"), -1);
-}
-
 // Callers' threads pause, change the rate, seek, step, capture and swap callbacks while the
 // player plays; then it closes. TSan watches; the deadline catches a deadlock.
 TEST(PlayerFile, ControlsFromManyThreadsWhilePlaying) {
   TempDir dir;
-  zp::samples::VideoParams params;
-  params.frames = 100;
-  params.gop = 25;
-  const Recording rec = MakeRecording(dir, "busy.grec", params, true);
+  const Recording rec = MakeRecording(dir, "busy.grec", 100, 25, true);
   Observer seen;
   CPlayerFile player;
   seen.Attach(&player);
@@ -246,41 +213,30 @@ TEST(PlayerFile, ControlsFromManyThreadsWhilePlaying) {
       }
     }
   };
-  auto run = std::async(std::launch::async, [&] {
-    std::vector<std::thread> callers;
-    for (int who = 0; who < 4; ++who) {
-      callers.emplace_back(control, who);
-    }
-    for (auto& t : callers) {
-      t.join();
-    }
-    return player.Close();
-  });
-  if (run.wait_for(120s) != std::future_status::ready) {
-    ADD_FAILURE() << "controls or close did not finish in time";
-    std::_Exit(1);
-  }
-  EXPECT_EQ(run.get(), 0);
+  EXPECT_EQ(zp::test::RunWithDeadline("controls or close", [&] {
+              std::vector<std::thread> callers;
+              for (int who = 0; who < 4; ++who) {
+                callers.emplace_back(control, who);
+              }
+              for (auto& t : callers) {
+                t.join();
+              }
+              return player.Close();
+            }),
+            0);
 }
 
 size_t ThreadCount() {
-  size_t n = 0;
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/task")) {
-    (void)entry;
-    ++n;
-  }
-  return n;
+  return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
 }
 
 // Opening, playing and closing many players in a row leaves no thread behind and never hangs.
 TEST(PlayerFile, OpenPlayClose200Times) {
   TempDir dir;
-  zp::samples::VideoParams params;
-  params.frames = 10;
-  const Recording rec = MakeRecording(dir, "short.grec", params, true);
+  const Recording rec = MakeRecording(dir, "short.grec", 10, 25, true);
   size_t threadsBefore = 0;
   size_t threadsAfter = 0;
-  auto run = std::async(std::launch::async, [&] {
+  zp::test::RunWithDeadline("open-play-close", [&] {
     for (int i = 0; i < 200; ++i) {
       if (i == 1) {
         threadsBefore = ThreadCount();  // after the first: sanitizers start helpers of their own
@@ -296,10 +252,6 @@ TEST(PlayerFile, OpenPlayClose200Times) {
     }
     threadsAfter = ThreadCount();
   });
-  if (run.wait_for(120s) != std::future_status::ready) {
-    ADD_FAILURE() << "open-play-close did not finish in time";
-    std::_Exit(1);
-  }
   EXPECT_EQ(threadsAfter, threadsBefore);
 }
 

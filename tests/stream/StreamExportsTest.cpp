@@ -2,15 +2,10 @@
 // judged by a bare libavcodec decode, recordings by reading them back.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iterator>
-#include <functional>
-#include <future>
-#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,6 +17,7 @@
 #include "StreamWriter.h"
 #include "common/TempDir.h"
 #include "media/CRecFile.h"
+#include "support/Deadline.h"
 #include "zephplay.h"
 
 namespace {
@@ -29,19 +25,14 @@ namespace {
 using namespace std::chrono_literals;
 using zp::samples::EncodedFrame;
 using zp::test::Picture;
+using zp::test::WaitUntil;
 
-constexpr auto kDeadline = 30s;
 constexpr uint32_t kTypeI = 0x63643030;
 constexpr uint32_t kTypeP = 0x63643130;
 constexpr uint64_t kBase = 1000000000;  // stamps as recorders send them, far from 0
 
 std::vector<EncodedFrame> Video(int frames, int gop) {
-  zp::samples::VideoParams params;
-  params.width = 128;
-  params.height = 128;
-  params.frames = frames;
-  params.gop = gop;
-  auto video = zp::samples::EncodeVideo(params);
+  auto video = zp::samples::EncodeVideo({.width = 128, .height = 128, .frames = frames, .gop = gop});
   EXPECT_EQ(video.size(), static_cast<size_t>(frames));
   return video;
 }
@@ -49,22 +40,7 @@ std::vector<EncodedFrame> Video(int frames, int gop) {
 // The library's log, where CTest puts it; empty when run elsewhere.
 std::string LogText() {
   const char* dir = std::getenv("ZEPHPLAY_LOG_DIR");
-  if (dir == nullptr) {
-    return {};
-  }
-  std::ifstream in(std::string(dir) + "/libzephplay.log");
-  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-bool WaitUntil(const std::function<bool()>& done, std::chrono::milliseconds limit = kDeadline) {
-  const auto end = std::chrono::steady_clock::now() + limit;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > end) {
-      return false;
-    }
-    std::this_thread::sleep_for(2ms);
-  }
-  return true;
+  return dir == nullptr ? std::string() : zp::test::ReadText(std::string(dir) + "/libzephplay.log");
 }
 
 // A play handle with a stream player, and every picture its decoder gave.
@@ -105,6 +81,15 @@ struct Player {
     return ZEPHPLAY_InputFrameData(h, f.data.data(), static_cast<uint32_t>(f.data.size()), f.key ? kTypeI : kTypeP,
                                    base + f.stampUs);
   }
+  // Frames [from, to) of video; true when every one was taken.
+  bool PushAll(const std::vector<EncodedFrame>& video, size_t from, size_t to, uint64_t base = kBase) {
+    for (size_t i = from; i < to; ++i) {
+      if (Push(video[i], base) != 0) {
+        return false;
+      }
+    }
+    return true;
+  }
 };
 
 // Bytes pushed in random pieces with garbage, while the paused player lets its queue fill up:
@@ -113,19 +98,12 @@ struct Player {
 TEST(StreamExports, StreamBytesDecodeAsLibavcodecAndRefusalsLoseNothing) {
   const auto lead = Video(4, 10);     // P frames of another stream before the first key frame
   const auto video = Video(1500, 1);  // all key frames: a full queue is never trimmed to one
-  std::vector<EncodedFrame> sound;
-  zp::samples::AudioParams a;
-  a.codec = zp::samples::AudioCodec::HisiG711A;
-  a.frames = 200;
-  sound = zp::samples::EncodeAudio(a);
+  const auto sound = zp::samples::EncodeAudio({.codec = zp::samples::AudioCodec::HisiG711A, .frames = 200});
   auto frames = zp::samples::MergeFrames(std::vector<EncodedFrame>(lead.begin() + 1, lead.end()), {}, 0);
   for (const auto& f : zp::samples::MergeFrames(video, sound, zp::samples::kStreamAudioTag)) {
     frames.push_back(f);
   }
-  zp::samples::StreamOptions options;
-  options.garbageMax = 40;
-  options.leadingGarbageMax = 100;
-  const auto stream = zp::samples::MakeStream(frames, options);
+  const auto stream = zp::samples::MakeStream(frames, {.garbageMax = 40, .leadingGarbageMax = 100});
   const auto reference = zp::test::DecodeAllPictures("h264", video);
 
   Player player(4096);
@@ -176,28 +154,20 @@ TEST(StreamExports, ImmediateShowsAtOnceDelayWaitsForTheMinimum) {
     SCOPED_TRACE(mode);
     Player player(1 << 20, 1);
     EXPECT_EQ(ZEPHPLAY_SetStreamMode(player.h, mode), 0);
-    for (int i = 0; i < 25; ++i) {  // one second
-      ASSERT_EQ(player.Push(video[i]), 0);
-    }
+    ASSERT_TRUE(player.PushAll(video, 0, 25));  // one second
     if (mode == ZEPHPLAY_STREAM_IMMEDIATE) {
       EXPECT_TRUE(WaitUntil([&] { return player.Shown() != 0; }));
       continue;
     }
     std::this_thread::sleep_for(400ms);
     EXPECT_EQ(player.Shown(), 0u);
-    for (int i = 25; i < 60; ++i) {  // 2.4 s
-      ASSERT_EQ(player.Push(video[i]), 0);
-    }
+    ASSERT_TRUE(player.PushAll(video, 25, 60));  // 2.4 s
     EXPECT_TRUE(WaitUntil([&] { return player.Shown() >= kBase; }));
     // Each jump brings more than the minimum delay, or the player would rightly buffer on.
     const uint64_t hours = 3600ull * 1000000 * 3;
-    for (int i = 0; i < 75; ++i) {
-      ASSERT_EQ(player.Push(video[i], kBase + hours), 0);
-    }
+    ASSERT_TRUE(player.PushAll(video, 0, 75, kBase + hours));
     EXPECT_TRUE(WaitUntil([&] { return player.Shown() >= kBase + hours; })) << player.Shown();
-    for (int i = 0; i < 75; ++i) {  // three hours back
-      ASSERT_EQ(player.Push(video[i], kBase + 10000000), 0);
-    }
+    ASSERT_TRUE(player.PushAll(video, 0, 75, kBase + 10000000));  // three hours back
     EXPECT_TRUE(WaitUntil([&] { return player.Shown() < kBase + hours; })) << player.Shown();
   }
 }
@@ -209,9 +179,7 @@ TEST(StreamExports, CachedModeSeeksAndSteps) {
   Player player;
   ASSERT_EQ(ZEPHPLAY_SetStreamMode(player.h, ZEPHPLAY_STREAM_CACHED), 0);
   ASSERT_EQ(ZEPHPLAY_Pause(player.h, 1), 0);
-  for (const auto& f : video) {
-    ASSERT_EQ(player.Push(f), 0);
-  }
+  ASSERT_TRUE(player.PushAll(video, 0, video.size()));
   uint32_t left = 0;
   EXPECT_TRUE(WaitUntil([&] { return ZEPHPLAY_GetVideoFrameNum(player.h, &left) == 0 && left > 90; }));
   EXPECT_EQ(ZEPHPLAY_SetPlayTime(player.h, 2000), 0);
@@ -257,11 +225,6 @@ TEST(StreamExports, StreamAttrSizesResetsAndStopsRecording) {
     ZEPHPLAY_GetSourceBufferRemain(player.h, &n);
     return n;
   };
-  auto pushSome = [&] {
-    for (const auto& f : video) {
-      player.Push(f);
-    }
-  };
   ZEPHPLAY_Pause(player.h, 1);
   struct Step {
     std::vector<uint8_t> attr;
@@ -278,7 +241,7 @@ TEST(StreamExports, StreamAttrSizesResetsAndStopsRecording) {
   for (size_t i = 0; i < std::size(steps); ++i) {
     SCOPED_TRACE(i);
     ZEPHPLAY_ResetStream(player.h);
-    pushSome();
+    player.PushAll(video, 0, video.size());
     ASSERT_EQ(ZEPHPLAY_StartPlayRecord(player.h, (dir.path() / "r.grec").c_str(), 1), 0);
     const bool wasValid = i >= 3;  // the player holds a valid attribute from step 2 on
     EXPECT_EQ(ZEPHPLAY_SetStreamAttr(player.h, steps[i].attr.data(), steps[i].length), 0);
@@ -296,19 +259,13 @@ TEST(StreamExports, RecordingHoldsEveryFramePushedMeanwhile) {
   const std::string path = (dir.path() / "mid.grec").string();
   const auto video = Video(75, 25);
   Player player;
-  for (int i = 0; i < 25; ++i) {
-    ASSERT_EQ(player.Push(video[i]), 0);
-  }
+  ASSERT_TRUE(player.PushAll(video, 0, 25));
   EXPECT_EQ(ZEPHPLAY_GetPlayRecordStatus(player.h), -1);
   ASSERT_EQ(ZEPHPLAY_StartPlayRecord(player.h, path.c_str(), 1), 0);
-  for (int i = 25; i < 60; ++i) {
-    ASSERT_EQ(player.Push(video[i]), 0);
-  }
+  ASSERT_TRUE(player.PushAll(video, 25, 60));
   EXPECT_GT(ZEPHPLAY_GetPlayRecordStatus(player.h), 512);
   ASSERT_EQ(ZEPHPLAY_StopPlayRecord(player.h), 0);
-  for (int i = 60; i < 75; ++i) {
-    ASSERT_EQ(player.Push(video[i]), 0);
-  }
+  ASSERT_TRUE(player.PushAll(video, 60, 75));
   std::unique_ptr<zp::CRecFile> reader(zp::CRecFile::CreateRecFile(path.c_str()));
   ASSERT_NE(reader, nullptr);
   zp::FrameHead* frame = nullptr;
@@ -332,7 +289,7 @@ TEST(StreamExports, InputControlAndCloseFromThreeThreads) {
   const auto stream = zp::samples::MakeStream(zp::samples::MergeFrames(video, {}, 0), {});
   const std::string rec = (dir.path() / "busy.grec").string();
   Player player(1 << 16, 1);
-  auto run = std::async(std::launch::async, [&] {
+  EXPECT_EQ(zp::test::RunWithDeadline("input, control or close", [&] {
     std::atomic<bool> closed{false};
     std::thread input([&] {
       for (int round = 0; round < 30; ++round) {
@@ -372,12 +329,7 @@ TEST(StreamExports, InputControlAndCloseFromThreeThreads) {
     control.join();
     closer.join();
     return ZEPHPLAY_CloseStream(player.h);
-  });
-  if (run.wait_for(120s) != std::future_status::ready) {
-    ADD_FAILURE() << "input, control or close did not finish in time";
-    std::_Exit(1);
-  }
-  EXPECT_EQ(run.get(), 0);
+  }), 0);
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "audio/DiskAudio.h"
+#include "support/Deadline.h"
 #include "zephplay.h"
 
 namespace zp::test {
@@ -177,10 +178,7 @@ TEST(AudioFilePlayer, PauseHoldsThePositionAndWidePathsPlay) {
   Player player;
   const std::wstring wide(path.begin(), path.end());
   ASSERT_EQ(ZEPHPLAY_AFPStartPlayW(player.handle(), wide.c_str()), 0);
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (player.Played() < 3 * 128 && std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  WaitUntil([&] { return player.Played() >= 3 * 128; }, std::chrono::seconds(10));
   ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle(), 1), 0);
   std::this_thread::sleep_for(std::chrono::milliseconds(100));  // a refill under way ends
   const uint32_t held = player.Played();

@@ -48,10 +48,13 @@ struct Collector {
     dec->SetDecCallBack(reinterpret_cast<uintptr_t>(this), &OnPicture);
     dec->SetSizeCallBack(&OnSize, reinterpret_cast<uintptr_t>(this));
   }
-  // Initialises the decoder, attaches and feeds the whole stream.
-  Collector& Run(CVDEC* dec, const std::vector<EncodedFrame>& frames) {
+  void Start(CVDEC* dec) {
     dec->InitDecoder(0);
     Attach(dec);
+  }
+  // Initialises the decoder, attaches and feeds the whole stream.
+  Collector& Run(CVDEC* dec, const std::vector<EncodedFrame>& frames) {
+    Start(dec);
     Feed(dec, frames);
     return *this;
   }
@@ -114,9 +117,8 @@ TEST_P(H264DecoderMatches, PlanesEqualDirectDecodeAndEarlyFramesAreDropped) {
   // Joining mid-GOP: nothing comes out before the next key frame, then it decodes as a
   // stream that starts there.
   CVDECH264 late(hevc, nullptr);
-  late.InitDecoder(0);
   Collector lateCol;
-  lateCol.Attach(&late);
+  lateCol.Start(&late);
   EXPECT_EQ(lateCol.Feed(&late, frames, 3, 12), 0);
   ASSERT_TRUE(frames[12].key);
   lateCol.Feed(&late, frames, 12);
@@ -151,6 +153,10 @@ TEST(HisiDecoders, GiveTheSamePicturesAsCVDECH264) {
   EXPECT_EQ(hisCol.mismatches, 0);
   EXPECT_EQ(hisCol.pictures.size(), 30u);  // without reordering every frame gives its picture
   ExpectPrefixOf(a.pictures, hisCol.pictures, 0);
+  // With B-frames Hi264 drains every picture it holds back.
+  const auto reordered = Encode(VideoCodec::H264, 352, 288, 30, true);
+  CVDECHis hisB;
+  ExpectPrefixOf(Collector().Run(&hisB, reordered).pictures, videotest::ReferenceDecode(reordered, false), 4);
 
   CVDECHi265 hi265;
   // The core came up, yet the initialised flag stays clear: set on failure only.
@@ -167,22 +173,14 @@ TEST(HisiDecoders, GiveTheSamePicturesAsCVDECH264) {
   }
 }
 
-TEST(HisiDecoders, Hi264DrainsEveryPictureOfReorderedStreams) {
-  const auto frames = Encode(VideoCodec::H264, 352, 288, 30, true);
-  CVDECHis his;
-  Collector col;
-  ExpectPrefixOf(col.Run(&his, frames).pictures, videotest::ReferenceDecode(frames, false), 4);
-}
-
 TEST(HisiDecoders, MacroblockLimitsFollowThePictureClass) {
   // 1280x720 exceeds the D1 limit (768 x 640) and fits the 720P and 1080P ones.
   const auto frames = Encode(VideoCodec::H264, 1280, 720, 3, false);
   for (const auto& [picClass, pictures] : {std::pair<uint8_t, int>{4, 0}, {2, 0}, {5, 3}, {6, 3}}) {
     CVDECHis his;
     his.SetPictureClass(picClass);
-    his.InitDecoder(0);
     Collector col;
-    col.Attach(&his);
+    col.Start(&his);
     EXPECT_EQ(col.Feed(&his, frames), pictures) << static_cast<int>(picClass);
     EXPECT_EQ(col.pictures.size(), static_cast<size_t>(pictures));
   }
@@ -232,11 +230,6 @@ TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
   }
 }
 
-std::vector<uint8_t> ReadAll(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<uint8_t>((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
   const std::string ini = CLibraryConfig::Instance().AppIniPath();
   ASSERT_FALSE(std::filesystem::exists(ini)) << ini << " is in the way";
@@ -262,9 +255,9 @@ TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
     const std::string name = entry.path().filename().string();
     ++files;
     if (name.starts_with("264_") && name.ends_with(".264")) {
-      raw = ReadAll(entry.path());
+      raw = test::ReadBytes(entry.path());
     } else if (name.starts_with("yuv_") && name.ends_with(".yuv")) {
-      yuv = ReadAll(entry.path());
+      yuv = test::ReadBytes(entry.path());
     }
   }
   std::filesystem::remove_all(dir);

@@ -14,7 +14,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -22,9 +21,10 @@ extern "C" {
 #include <jpeglib.h>
 }
 
-#include "AvReference.h"
+#include "ImageReference.h"
 #include "SampleEncoder.h"
 #include "common/LogAccess.h"
+#include "support/Deadline.h"
 #include "video/CVDEC.h"
 #include "video/PictureInfo.h"
 
@@ -63,34 +63,11 @@ inline int DecodeFrame(CVDEC* dec, const samples::EncodedFrame& f) {
   return dec->DecodeOneFrame(FrameType(f), f.data.data(), static_cast<uint32_t>(f.data.size()), f.stampUs);
 }
 
-// BT.601 limited range to full-range RGB in floating point, rounded: the reference conversion.
-inline void ReferenceRgb(int y, int u, int v, uint8_t rgb[3]) {
-  const double c = 1.164383 * (y - 16);
-  const double d = u - 128.0, e = v - 128.0;
-  const double r = c + 1.596027 * e;
-  const double g = c - 0.391762 * d - 0.812968 * e;
-  const double b = c + 2.017232 * d;
-  auto clip = [](double x) { return static_cast<uint8_t>(x < 0 ? 0 : (x > 255 ? 255 : std::lround(x))); };
-  rgb[0] = clip(r);
-  rgb[1] = clip(g);
-  rgb[2] = clip(b);
-}
+using test::Psnr;
 
-// Top-down packed RGB of a picture with the reference conversion.
 inline std::vector<uint8_t> ReferenceRgbImage(const PictureInfo& p) {
-  std::vector<uint8_t> out(static_cast<size_t>(p.nWidth) * p.nHeight * 3);
-  for (uint32_t r = 0; r < p.nHeight; ++r) {
-    for (uint32_t c = 0; c < p.nWidth; ++c) {
-      ReferenceRgb(p.pY[r * p.nYStride + c], p.pU[(r / 2) * p.nUVStride + c / 2],
-                   p.pV[(r / 2) * p.nUVStride + c / 2], &out[(static_cast<size_t>(r) * p.nWidth + c) * 3]);
-    }
-  }
-  return out;
-}
-
-// 0 for images of different sizes (a failed screenshot is empty).
-inline double Psnr(const std::vector<uint8_t>& a, const std::vector<uint8_t>& b) {
-  return a.size() != b.size() || a.empty() ? 0.0 : test::PsnrDb(a.data(), b.data(), a.size());
+  return test::ReferenceRgb(p.pY, p.pU, p.pV, static_cast<int>(p.nYStride), static_cast<int>(p.nUVStride),
+                            static_cast<int>(p.nWidth), static_cast<int>(p.nHeight));
 }
 
 // An independent BMP reader (24-bit, uncompressed, either row order) to top-down RGB.
@@ -103,8 +80,7 @@ struct BmpImage {
 
 inline BmpImage ReadBmp(const std::string& path) {
   BmpImage img;
-  std::ifstream in(path, std::ios::binary);
-  std::vector<uint8_t> d((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::vector<uint8_t> d = test::ReadBytes(path);
   if (d.size() < 54 || d[0] != 'B' || d[1] != 'M') {
     return img;
   }
@@ -183,10 +159,7 @@ inline JpegImage ReadJpeg(const std::string& path) {
 }
 
 // The library's log file as it stands (shared by every test program writing into the log dir).
-inline std::string LogText() {
-  std::ifstream in(LogFile(true)->FilePath());
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
+inline std::string LogText() { return test::ReadText(LogFile(true)->FilePath()); }
 
 inline size_t CountIn(const std::string& text, const std::string& what) {
   size_t n = 0;
@@ -295,17 +268,12 @@ class XWindow {
     char cmd[512];
     std::snprintf(cmd, sizeof(cmd), "import -window 0x%lx -depth 8 rgb:%s 2>/dev/null",
                   static_cast<unsigned long>(m_window), file.c_str());
-    std::vector<uint8_t> rgb;
     if (std::system(cmd) != 0) {
-      return rgb;
+      return {};
     }
-    std::ifstream in(file, std::ios::binary);
-    rgb.assign((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::vector<uint8_t> rgb = test::ReadBytes(file);
     std::filesystem::remove(file);
-    if (rgb.size() != static_cast<size_t>(m_width) * m_height * 3) {
-      rgb.clear();
-    }
-    return rgb;
+    return rgb.size() == static_cast<size_t>(m_width) * m_height * 3 ? rgb : std::vector<uint8_t>();
   }
 
  private:
