@@ -160,6 +160,12 @@ void BM_BareDecode1080p(benchmark::State& state) {
 }
 BENCHMARK(BM_BareDecode1080p)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
+// Opens path, plays it until the first picture is shown, and pauses.
+bool OpenPaused(PlayerProbe* probe, const std::string& path) {
+  return probe->Open(path) && ZEPHPLAY_Play(probe->Handle()) == 0 && probe->WaitDisplayed(1, kDeadlineSeconds) &&
+         ZEPHPLAY_Pause(probe->Handle(), 1) == 0;
+}
+
 // A paused player on 20 s of 1080p with a key frame every 2 s, moved ten times with
 // ZEPHPLAY_SetPlayTime to places inside groups. Iteration time: the median, over the ten, of
 // the time from the call to the display callback of the picture it shows. Counters: that time
@@ -168,8 +174,7 @@ void BM_Seek1080p(benchmark::State& state) {
   const std::string& path = zp::bench::Recording1080p(kSeekRepeat, 1);
   for (auto _ : state) {
     PlayerProbe probe(kNoteCapacity);
-    if (!probe.Open(path) || ZEPHPLAY_Play(probe.Handle()) != 0 || !probe.WaitDisplayed(1, kDeadlineSeconds) ||
-        ZEPHPLAY_Pause(probe.Handle(), 1) != 0) {
+    if (!OpenPaused(&probe, path)) {
       state.SkipWithError("playback did not start");
       break;
     }
@@ -270,8 +275,7 @@ void BM_IdlePaused1080p(benchmark::State& state) {
   const std::string& path = zp::bench::Recording1080p(kThroughputRepeat, 1);
   for (auto _ : state) {
     PlayerProbe probe(kNoteCapacity);
-    if (!probe.Open(path) || ZEPHPLAY_Play(probe.Handle()) != 0 || !probe.WaitDisplayed(1, kDeadlineSeconds) ||
-        ZEPHPLAY_Pause(probe.Handle(), 1) != 0) {
+    if (!OpenPaused(&probe, path)) {
       state.SkipWithError("playback did not start");
       break;
     }

@@ -348,11 +348,6 @@ class LiveSession : public ToolSession {
   std::string m_end = "interrupted";
 };
 
-int Fail(const char* source, const std::string& why) {
-  std::fprintf(stderr, "zephplay: %s: %s\n", source, why.c_str());
-  return 1;
-}
-
 }  // namespace
 
 int RunLive(int argc, char** argv) {

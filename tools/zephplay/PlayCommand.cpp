@@ -327,11 +327,6 @@ class Session : public ToolSession {
   std::string m_end = "interrupted";
 };
 
-int Fail(const char* file, const std::string& why) {
-  std::fprintf(stderr, "zephplay: %s: %s\n", file, why.c_str());
-  return 1;
-}
-
 // The reason a file cannot be played before the library is asked to, or "" when it may be.
 std::string CheckFile(const char* file, ZEPHPLAY_MEDIA_INFO* media) {
   if (access(file, R_OK) != 0) {

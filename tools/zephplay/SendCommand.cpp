@@ -258,11 +258,6 @@ class Sender {
   std::string m_end = "end of file";
 };
 
-int Fail(const char* file, const std::string& why) {
-  std::fprintf(stderr, "zephplay: %s: %s\n", file, why.c_str());
-  return 1;
-}
-
 }  // namespace
 
 int RunSend(int argc, char** argv) {

@@ -47,3 +47,8 @@ int main(int argc, char** argv) {
   }
   return Usage();
 }
+
+int Fail(const char* what, const std::string& why) {
+  std::fprintf(stderr, "zephplay: %s: %s\n", what, why.c_str());
+  return 1;
+}
