@@ -1241,6 +1241,148 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_OpenEchoCancellation(ZEPHPLAY_ECHO**
 /** Stops and closes an echo canceller. Returns 0; 1 for NULL. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseEchoCancellation(ZEPHPLAY_ECHO* echo);
 
+/* ---------------------------------------------------------------------------------------------
+ * Several channels on one clock (multi-play-back group)
+ *
+ * A group plays 1 to 15 live channels, for instance the cameras of one recorder, in step: each
+ * channel has its own stream player in ZEPHPLAY_STREAM_CACHED, and the group keeps one play
+ * clock that starts at the first stamp received (again at a stream attribute and at the first
+ * key frame of any channel) and advances with real time and the rate. A player shows a frame
+ * once the clock is less than half a second behind its stamp; the clock never runs more than
+ * 50 ms past the newest frame received, so a channel that falls silent holds it.
+ *
+ * The handle is the group itself, passed as a 64-bit integer: the value ZEPHPLAY_MPBOpenPlayHandle
+ * wrote, valid until ZEPHPLAY_MPBClosePlayHandle. Every function returns 0 on success and 1 for
+ * a 0 handle or a player index outside 0..count-1 (index: the position of the channel in the
+ * table given to ZEPHPLAY_MPBOpenStream); the forwarding functions otherwise return what the
+ * single-player function of the same name returns for that player. They may be called from any
+ * thread; the callbacks set through a group run on that player's threads, as for a play handle,
+ * and the group must not be closed from inside one of them.
+ * ------------------------------------------------------------------------------------------- */
+
+/** A group handle (0: none). */
+typedef uint64_t ZEPHPLAY_MPBHANDLE;
+
+/** The player index that means every player of the group. */
+#define ZEPHPLAY_MPB_ALL 0xFFFFFFFFu
+
+/**
+ * Makes a group of count (1..15) stream players in ZEPHPLAY_STREAM_CACHED and writes it to
+ * *handle. Returns 0; 1 for a NULL handle or a count outside 1..15 (*handle untouched).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBOpenPlayHandle(ZEPHPLAY_MPBHANDLE* handle, int32_t count);
+
+/** Stops the clock, closes every player and frees the group. 0; 1 for a 0 handle, and 1 (with
+ *  a log line, nothing done) on a thread of one of its players (from a callback). */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBClosePlayHandle(ZEPHPLAY_MPBHANDLE handle);
+
+/**
+ * Stores the channel number of each player (channels holds count numbers; with count 1 any
+ * channel reaches the one player), opens every player as ZEPHPLAY_OpenStream does with param,
+ * paramValue, videoQueueBytes and unpaced, and starts the clock (a thread waking every 10 ms).
+ * Returns 0; 1 for a 0 handle, a NULL channels, or a group opened before (nothing changes).
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBOpenStream(ZEPHPLAY_MPBHANDLE handle, const uint32_t* channels,
+                                                          void* param, int32_t paramValue,
+                                                          uint32_t videoQueueBytes, uint32_t unpaced);
+
+/**
+ * Pushes one whole frame of a channel, as ZEPHPLAY_InputFrameData does for a play handle (type
+ * and stamp in microseconds likewise): the frame is cached by the channel's player. A stream
+ * attribute (type 1) restarts the clock and goes to every player, as does type 2. Returns the
+ * player's result (0; -1 unknown type or NULL data; -3 try again later; -4 type 2); 1 for a 0
+ * handle, a group not opened, or a channel not in the table.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBInputFrameData(ZEPHPLAY_MPBHANDLE handle, uint32_t channel,
+                                                              const uint8_t* data, uint32_t length, uint32_t type,
+                                                              uint64_t stamp);
+
+/** Writes the largest number of seconds any player has cached beyond its play position. 0; 1
+ *  for a 0 handle or NULL seconds. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetVideoFrameMaxSecond(ZEPHPLAY_MPBHANDLE handle, int32_t* seconds);
+
+/** Writes the clock (µs; 0 before it starts). 0; 1 for a 0 handle or NULL stamp. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetPlayStamp(ZEPHPLAY_MPBHANDLE handle, uint64_t* stamp);
+
+/** Sets the clock to stamp, except while it runs and stamp is at or past the newest frame
+ *  received (ignored then). 0; 1 for a 0 handle. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayStamp(ZEPHPLAY_MPBHANDLE handle, uint64_t stamp);
+
+/** Sets the clock to stamp, always. Returns 1 although it succeeded: callers have always been
+ *  told 1 here. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSeekIFramStamp(ZEPHPLAY_MPBHANDLE handle, uint64_t stamp);
+
+/** Writes the whole seconds from the first stamp to the clock. 0; 1 for a 0 handle or NULL. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetPlayTime(ZEPHPLAY_MPBHANDLE handle, uint32_t* seconds);
+
+/** Nonzero pause stops the clock (the players wait for it, their sound plays silence); 0 starts
+ *  it again and un-pauses every player (ZEPHPLAY_Pause with 0). 0; 1 for a 0 handle. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBPause(ZEPHPLAY_MPBHANDLE handle, uint32_t pause);
+
+/** Un-pauses the group if it is paused, then sets the clock's rate: 0 or 1 normal, n >= 2 n
+ *  times faster, -n n times slower. 0; 1 for a 0 handle. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayRate(ZEPHPLAY_MPBHANDLE handle, int32_t rate);
+
+/**
+ * Steps as ZEPHPLAY_PlayOneFrameData does. index ZEPHPLAY_MPB_ALL pauses the clock and steps
+ * every player (0); another index steps only that player (its result). 1 for a 0 handle or an
+ * index out of range.
+ */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBPlayOneFrame(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                            uint32_t backward, uint32_t allowNonKey);
+
+/** Stops the recording of the player at index, or of every player with ZEPHPLAY_MPB_ALL (0).
+ *  One player: ZEPHPLAY_StopPlayRecord's result. 1 for a 0 handle or an index out of range. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStopPlayRecord(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+
+/* The player at index, as the single-player function of the same name does for a play handle. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayWnd(ZEPHPLAY_MPBHANDLE handle, uint32_t index, void* window);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBAdjustedWndRect(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStreamSetPlayBuffer(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                                   uint32_t bytes);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetStreamAttr(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                             const uint8_t* attr, uint32_t length);
+/** Stops that player's threads; it shows nothing more until the group is closed. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBCloseStream(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetVideoFrameNum(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                                uint32_t* frames);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBResetStream(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetSourceBufferRemain(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                                    uint32_t* bytes);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBPlaySound(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStopSound(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetVolume(ZEPHPLAY_MPBHANDLE handle, uint32_t index, uint16_t volume);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetUsrDataBack(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                              uint64_t user, ZEPHPLAY_UsrDataCallBack callback);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBCaptureBMP(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                          const char* path);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBCaptureJPEG(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                           const char* path);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBFlashWnd(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayIFrame(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                             uint32_t only);
+/** index ZEPHPLAY_MPB_ALL sets every player and turns the clock round: it then runs backwards
+ *  (towards the first stamp) while backward is nonzero. 0. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayBackIFrame(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                                 uint32_t backward);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetColorParams(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                              uint32_t brightness, uint32_t contrast,
+                                                              uint32_t saturation, uint32_t hue, uint32_t reset);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetColorParams(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                              uint32_t* brightness, uint32_t* contrast,
+                                                              uint32_t* saturation, uint32_t* hue);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetMirrorMode(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                             uint32_t mode);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStartPlayRecord(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                               const char* path, uint32_t type);
+/** The player's recording length in bytes, -1 without one; 1 for a 0 handle or bad index. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetPlayRecordStatus(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+/** Also offered for a group's players, so that a caller sees what each channel shows. */
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetDisplayCallBack(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                                  uint64_t user, ZEPHPLAY_DisplayCallBack callback);
+ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetDecCallBack(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
+                                                              uint64_t user, ZEPHPLAY_DecCallBack callback);
+
 #ifdef __cplusplus
 }
 #endif

@@ -882,8 +882,11 @@ uint32_t CPlayerStream::CachedAudioCycle() {
 
 uint32_t CPlayerStream::GroupCycle() {
   if (m_nAudioOnly == 0) {
-    uint64_t head = 0;
-    if (m_VideoFrames.PeekStamp(&head) != 0 && m_pGroup->Admit(head)) {
+    // The picture about to be shown is offered rather than the video queue's head: the head is
+    // a later frame, and none at all once the last frames are decoded, which held the last
+    // pictures back until more input came.
+    uint64_t next = 0;
+    if (m_PictureRing.NextStamp(&next) && m_pGroup->Admit(next)) {
       ShowNextPicture();
       return 0;
     }
@@ -893,7 +896,7 @@ uint32_t CPlayerStream::GroupCycle() {
   for (int i = 0; i < kAudioEntriesPerCycle && m_Cache.Position() < m_Cache.Count(); ++i) {
     const CacheIndexEntry entry = m_Cache.Entry(m_Cache.Position());
     if (!m_pGroup->Admit(entry.u64Stamp)) {
-      if (m_pGroup->IsHolding()) {
+      if (m_pGroup->IsPaused()) {
         m_WaveOut.SetSilence(true);
       }
       break;

@@ -80,6 +80,9 @@ class CPlayerStream : public CBasePlayer {
   int GetPlayStamp(uint64_t* pStamp);  // 0
   // For the group: seconds between the play position and the newest cached frame.
   int GetBufferedSeconds(uint32_t* pSeconds);
+  // Links the player to the group that paces it (the mode-1 cycle then asks the group rather
+  // than its own clock). Before Open: the play thread reads it without a lock.
+  void SetGroup(IPlayGroup* pGroup) { m_pGroup = pGroup; }
 
   // Whole seconds from the first cached frame to the play position: 0; -1 at the end (the
   // last frame's time) or with an empty cache.
@@ -141,7 +144,7 @@ class CPlayerStream : public CBasePlayer {
   CMutexLock m_InputLock;
   std::unique_ptr<CParseData> m_pParser;
   CStreamCache m_Cache;
-  IPlayGroup* m_pGroup = nullptr;  // the multi-play-back group; none yet
+  IPlayGroup* m_pGroup = nullptr;  // the multi-play-back group, if any
   CMutexLock m_AttrLock;
   uint8_t m_StreamAttr[kStreamAttrSize] = {};
   std::atomic<uint32_t> m_nAttrAudioCodec{0};
