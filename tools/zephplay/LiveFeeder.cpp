@@ -36,6 +36,28 @@ void LiveFeeder::Start(ZEPHPLAY_PLAYHANDLE* handle) {
   m_thread = std::thread([this] { Run(); });
 }
 
+void LiveFeeder::StartGroup(ZEPHPLAY_MPBHANDLE group, uint32_t index) {
+  m_group = group;
+  m_channel = index;
+  m_wholeFrames = true;
+  m_thread = std::thread([this] { Run(); });
+}
+
+int32_t LiveFeeder::PushFrame(const uint8_t* data, uint32_t length, uint32_t type, uint64_t stampUs) {
+  if (m_group != 0) {
+    return ZEPHPLAY_MPBInputFrameData(m_group, m_channel, data, length, type, stampUs);
+  }
+  return ZEPHPLAY_InputFrameData(m_handle, data, length, type, stampUs);
+}
+
+void LiveFeeder::ResetPlayer() {
+  if (m_group != 0) {
+    ZEPHPLAY_MPBResetStream(m_group, m_channel);
+  } else {
+    ZEPHPLAY_ResetStream(m_handle);
+  }
+}
+
 void LiveFeeder::Stop() {
   m_stop.store(true);
   if (m_thread.joinable()) {
@@ -84,9 +106,8 @@ bool LiveFeeder::FeedFrames(const uint8_t* data, size_t length) {
     if (type == 0) {
       continue;
     }
-    if (!Pace(frame) || !PushUntilTaken([&] {
-          return ZEPHPLAY_InputFrameData(m_handle, m_assembler.Payload(), frame.length, type, frame.stampUs);
-        })) {
+    if (!Pace(frame) ||
+        !PushUntilTaken([&] { return PushFrame(m_assembler.Payload(), frame.length, type, frame.stampUs); })) {
       return false;
     }
     Publish(frame);
@@ -159,7 +180,7 @@ bool LiveFeeder::PushUntilTaken(Push push) {
   while (push() == kTryAgainLater) {
     if (ToolNowMs() - refusedSince > kStuckMs) {
       // What the player holds is lost, but this input and what follows get through.
-      ZEPHPLAY_ResetStream(m_handle);
+      ResetPlayer();
       m_resets.fetch_add(1);
       refusedSince = ToolNowMs();
     }

@@ -7,7 +7,8 @@
 // Bytes go in as they arrived (ZEPHPLAY_InputStreamData), for the player to cut into frames;
 // in frame mode the feeder cuts them itself and hands over whole frames
 // (ZEPHPLAY_InputFrameData), which the player also caches (mode 1) and records: frames that the
-// player cuts from bytes reach neither its cache nor its recorder.
+// player cuts from bytes reach neither its cache nor its recorder. A group's channel always
+// takes whole frames (ZEPHPLAY_MPBInputFrameData).
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -31,6 +32,9 @@ class LiveFeeder {
 
   // Starts feeding the stream player of `handle`, which must outlive Stop.
   void Start(ZEPHPLAY_PLAYHANDLE* handle);
+  // Starts feeding whole frames to a group as the channel at `index` (also its channel number);
+  // the group must outlive Stop.
+  void StartGroup(ZEPHPLAY_MPBHANDLE group, uint32_t index);
   // Ends the thread (it runs past the end of the source, to pass on frames the player holds
   // back); what the player has not taken yet is given up.
   void Stop();
@@ -52,6 +56,8 @@ class LiveFeeder {
   bool FeedBytes(const uint8_t* data, size_t length);
   bool FeedFrames(const uint8_t* data, size_t length);
   bool PushBytes(const uint8_t* data, size_t length);
+  int32_t PushFrame(const uint8_t* data, uint32_t length, uint32_t type, uint64_t stampUs);
+  void ResetPlayer();
   // Frames cut from bytes that the player had no room for wait in it for the next input; while
   // none comes (and after the end) an empty input passes them on.
   void PassHeldFrames();
@@ -65,8 +71,10 @@ class LiveFeeder {
   bool Sleep(uint32_t ms) const;
 
   ZEPHPLAY_PLAYHANDLE* m_handle = nullptr;
+  ZEPHPLAY_MPBHANDLE m_group = 0;
+  uint32_t m_channel = 0;
   StreamSource* m_source;
-  const bool m_wholeFrames;
+  bool m_wholeFrames;
   FrameAssembler m_assembler;
   StampPacer m_pacer{1.0};
   uint32_t m_startMs = 0;

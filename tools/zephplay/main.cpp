@@ -21,6 +21,7 @@ constexpr Command kCommands[] = {
     {"afp", RunAfp, "afp FILE.aac         plays an AAC (ADTS) file with a progress bar"},
     {"send", RunSend, "send FILE --port N   serves a tagged stream file on 127.0.0.1 as a recorder would (--help)"},
     {"live", RunLive, "live SOURCE          plays a live stream: tcp://HOST:PORT, a file or - (--help)"},
+    {"wall", RunWall, "wall SOURCE...       plays up to 15 live sources in step, tiled in one window (--help)"},
 };
 
 int Usage() {
