@@ -1247,9 +1247,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseEchoCancellation(ZEPHPLAY_ECHO*
  * A group plays 1 to 15 live channels, for instance the cameras of one recorder, in step: each
  * channel has its own stream player in ZEPHPLAY_STREAM_CACHED, and the group keeps one play
  * clock that starts at the first stamp received (again at a stream attribute and at the first
- * key frame of any channel) and advances with real time and the rate. A player shows a frame
- * once the clock is less than half a second behind its stamp; the clock never runs more than
- * 50 ms past the newest frame received, so a channel that falls silent holds it.
+ * key frame of any channel) and advances with real time and the rate. A player shows a picture
+ * once its stamp is less than half a second ahead of the clock (late pictures at once); the
+ * clock never runs more than 50 ms past the newest frame received by any channel, so input that
+ * stops everywhere holds it, while one silent channel holds nobody up.
  *
  * The handle is the group itself, passed as a 64-bit integer: the value ZEPHPLAY_MPBOpenPlayHandle
  * wrote, valid until ZEPHPLAY_MPBClosePlayHandle. Every function returns 0 on success and 1 for
@@ -1257,7 +1258,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_CloseEchoCancellation(ZEPHPLAY_ECHO*
  * table given to ZEPHPLAY_MPBOpenStream); the forwarding functions otherwise return what the
  * single-player function of the same name returns for that player. They may be called from any
  * thread; the callbacks set through a group run on that player's threads, as for a play handle,
- * and the group must not be closed from inside one of them.
+ * and the group must not be closed from inside one of them (refused). Inside them the group's
+ * getters (ZEPHPLAY_MPBGetPlayStamp, ...) may be called.
  * ------------------------------------------------------------------------------------------- */
 
 /** A group handle (0: none). */

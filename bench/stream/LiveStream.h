@@ -22,6 +22,8 @@ class LiveStream {
   // its capacity kept, so a reused buffer stops allocating after the first group).
   void Frame(uint64_t n, std::vector<uint8_t>* out);
   static uint64_t StampUs(uint64_t n) { return kBaseUs + n * kFrameUs; }
+  // The n-th frame's access unit, untagged (the group takes whole frames with their type).
+  const samples::EncodedFrame& Encoded(uint64_t n) const { return m_encoded[n % kGopFrames]; }
   // The frame whose stamp this is; -1 for a stamp of no frame.
   static int64_t FrameOf(uint64_t stampUs);
 

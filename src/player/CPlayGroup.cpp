@@ -4,6 +4,7 @@
 
 #include "common/CAutoLock.h"
 #include "common/LogAccess.h"
+#include "platform/CEvent.h"
 #include "platform/Tick.h"
 
 namespace zp {
@@ -12,7 +13,6 @@ namespace {
 
 constexpr uint32_t kAttrType = 1;
 constexpr uint32_t kRefusedType = 2;
-constexpr uint32_t kStopWaitMs = 5000;
 
 }  // namespace
 
@@ -25,7 +25,7 @@ CPlayGroup::CPlayGroup(int32_t nCount)
 }
 
 CPlayGroup::~CPlayGroup() {
-  m_ClockThread.Stop(kStopWaitMs);
+  m_ClockThread.Stop(platform::kInfinite);
   for (int32_t i = 0; i < m_nCount; ++i) {
     m_pPlayers[i].CloseStream();
   }
