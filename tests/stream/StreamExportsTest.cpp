@@ -201,6 +201,9 @@ TEST(StreamExports, CachedModeSeeksAndSteps) {
   EXPECT_TRUE(WaitUntil([&] { return ZEPHPLAY_GetVideoFrameNum(player.h, &left) == -1; }));
   EXPECT_EQ(player.PlayTime(), 4u);  // the last frame's time, 3.96 s
   EXPECT_GE(player.Shown(), kBase + 3000000);
+  // Backwards by key frames into the first second (the step back never reaches entry 0, kept).
+  EXPECT_EQ(ZEPHPLAY_SetPlayBackIFrame(player.h, 1), 0);
+  EXPECT_TRUE(WaitUntil([&] { return player.Shown() <= kBase + 1000000; })) << player.Shown();
   // A mode change starts an empty cache.
   EXPECT_EQ(ZEPHPLAY_SetStreamMode(player.h, ZEPHPLAY_STREAM_CACHED), 0);
   EXPECT_EQ(ZEPHPLAY_SetPlayTime(player.h, 0), -1);
