@@ -30,7 +30,7 @@ for i in $(seq 150); do [ -s "$3.display" ] && break; sleep 0.1; done
 export DISPLAY=:$(cat "$3.display") SDL_AUDIODRIVER=dummy
 "$1" play "$2" --mute --pause-at 1.5 > "$3.out" & P=$!
 for i in $(seq 300); do grep -q paused "$3.out" && break; sleep 0.1; done
-sleep 0.3  # the server draws what it was sent
+sleep 1  # the tool draws the paused picture again after 0.6 s; the server draws what it was sent
 xwd -silent -name "$2" | convert xwd:- -depth 8 "rgb:$3"
 kill -INT $P; wait $P; echo "exit=$?"; cat "$3.out"
 )";

@@ -20,6 +20,7 @@ namespace {
 
 constexpr uint32_t kSeekStepMs = 10000;
 constexpr uint32_t kStallMs = 10000;  // no picture and no end for this long: give up
+constexpr uint32_t kRepaintStillMs = 600;  // past the library's 500 ms between redraws
 constexpr int32_t kRateMin = -4;
 constexpr int32_t kRateMax = 8;
 
@@ -180,6 +181,7 @@ class Session : public ToolSession {
     }
     TakeSnapshots();
     PauseAtMark();
+    RepaintStill(nowMs);
     PrintProgress(false);
     if (m_counters.ended.load()) {
       m_end = "end of file";
@@ -206,15 +208,18 @@ class Session : public ToolSession {
       case SDLK_SPACE:
         m_paused = !m_paused;
         ZEPHPLAY_Pause(m_handle, m_paused ? 1 : 0);
+        HoldStill();
         break;
       case SDLK_PERIOD:
         m_paused = true;
         ZEPHPLAY_OneByOne(m_handle);
+        HoldStill();
         break;
       case SDLK_COMMA:
       case SDLK_SEMICOLON:
         m_paused = true;
         ZEPHPLAY_PlayOneIFrame(m_handle, key == SDLK_SEMICOLON ? 1 : 0);
+        HoldStill();
         break;
       case SDLK_LEFTBRACKET:
       case SDLK_RIGHTBRACKET:
@@ -298,9 +303,26 @@ class Session : public ToolSession {
     m_pausedAtMark = true;
     m_paused = true;
     ZEPHPLAY_Pause(m_handle, 1);
+    HoldStill();
     m_progress.Clear();
     std::printf("paused at %u ms\n", Position());
     std::fflush(stdout);
+  }
+
+  // The library skips a picture drawn within 16 ms of the one before (a player catching up does
+  // that), so the picture a pause or step stops on may not be on screen: it is drawn again once
+  // the library's redraw limit has passed.
+  void HoldStill() {
+    m_stillSinceMs = ToolNowMs();
+    m_repainted = false;
+  }
+
+  void RepaintStill(uint32_t nowMs) {
+    if (!m_paused || m_repainted || nowMs - m_stillSinceMs < kRepaintStillMs) {
+      return;
+    }
+    m_repainted = true;
+    ZEPHPLAY_FlashWnd(m_handle);
   }
 
   void PrintProgress(bool last) {
@@ -319,6 +341,8 @@ class Session : public ToolSession {
   int32_t m_rate;
   bool m_paused = false;
   bool m_pausedAtMark = false;
+  bool m_repainted = true;
+  uint32_t m_stillSinceMs = 0;
   bool m_failed = false;
   uint32_t m_durationMs = 0;
   uint32_t m_lastPositionMs = 0;
