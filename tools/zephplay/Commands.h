@@ -10,6 +10,7 @@ int RunAfp(int argc, char** argv);
 int RunSend(int argc, char** argv);
 int RunLive(int argc, char** argv);
 int RunWall(int argc, char** argv);
+int RunConvert(int argc, char** argv);
 
 // Prints "zephplay: WHAT: WHY" on stderr; returns the failure exit code, 1.
 int Fail(const char* what, const std::string& why);

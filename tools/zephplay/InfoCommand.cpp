@@ -1,11 +1,12 @@
 // zephplay [info]                 the library's version and the configuration it loaded
 // zephplay --version              the version only
-// zephplay info FILE [--json]     what a recording holds
+// zephplay info FILE [--json]     what a recording holds; an MP4 file is read with libavformat
 #include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "Commands.h"
+#include "Mp4Probe.h"
 #include "zephplay.h"
 
 namespace {
@@ -115,13 +116,49 @@ void PrintMediaJson(const char* file, const ZEPHPLAY_MEDIA_INFO& m) {
               m.nKeyFrames, AudioCodecName(m.nAudioCodec), m.nAudioFrames);
 }
 
+uint64_t DurationMs(const Mp4Probe::Result& m) { return m.endUs > m.beginUs ? (m.endUs - m.beginUs) / 1000 : 0; }
+
+// The recording's lines where they correspond; the video track's stored length stands where a
+// recording gives its file information.
+void PrintMp4Text(const char* file, const Mp4Probe::Result& m) {
+  std::printf("file        %s\n", file);
+  std::printf("kind        mp4\n");
+  std::printf("start       %s\n", m.start.c_str());
+  std::printf("begin       %llu us\n", static_cast<unsigned long long>(m.beginUs));
+  std::printf("end         %llu us\n", static_cast<unsigned long long>(m.endUs));
+  std::printf("duration    %.3f s (video track: %.3f s)\n", DurationMs(m) / 1000.0, m.trackMs / 1000.0);
+  std::printf("video       %s %ux%u, %u frames, %u key frames\n", m.videoCodec.c_str(), m.width, m.height,
+              m.videoFrames, m.keyFrames);
+  std::printf("audio       %s %u Hz, %u frames\n", m.audioCodec.c_str(), m.audioRate, m.audioFrames);
+}
+
+void PrintMp4Json(const char* file, const Mp4Probe::Result& m) {
+  std::printf("{\"file\": %s, \"kind\": \"mp4\", \"start\": \"%s\", \"begin_us\": %llu, \"end_us\": %llu, "
+              "\"duration_ms\": %llu, \"track_ms\": %llu, \"video_codec\": %s, \"width\": %u, \"height\": %u, "
+              "\"video_frames\": %u, \"key_frames\": %u, \"audio_codec\": %s, \"audio_rate\": %u, \"audio_frames\": %u}\n",
+              JsonString(file).c_str(), m.start.c_str(), static_cast<unsigned long long>(m.beginUs),
+              static_cast<unsigned long long>(m.endUs), static_cast<unsigned long long>(DurationMs(m)),
+              static_cast<unsigned long long>(m.trackMs), JsonString(m.videoCodec.c_str()).c_str(), m.width,
+              m.height, m.videoFrames, m.keyFrames, JsonString(m.audioCodec.c_str()).c_str(), m.audioRate,
+              m.audioFrames);
+}
+
+int PrintMp4(const char* file, bool json) {
+  Mp4Probe::Result mp4;
+  if (!Mp4Probe::Probe(file, &mp4)) {
+    std::fprintf(stderr, "zephplay: %s: not a recording the library can read\n", file);
+    return 1;
+  }
+  (json ? PrintMp4Json : PrintMp4Text)(file, mp4);
+  return 0;
+}
+
 int PrintMedia(const char* file, bool json) {
   ZEPHPLAY_MEDIA_INFO media;
   std::memset(&media, 0, sizeof(media));
   media.nSize = sizeof(media);
   if (ZEPHPLAY_GetMediaInfo(file, &media) != 0) {
-    std::fprintf(stderr, "zephplay: %s: not a recording the library can read\n", file);
-    return 1;
+    return PrintMp4(file, json);
   }
   (json ? PrintMediaJson : PrintMediaText)(file, media);
   return 0;

@@ -41,6 +41,7 @@ bool TagScanner::FinishHead(ScannedFrame* frame) {
   }
   *frame = ScannedFrame();
   frame->offset = m_offset - m_have;
+  frame->tag = ReadU32(m_head);
   frame->headLength = m_have;
   frame->length = length;
   frame->video = m_have == 32;

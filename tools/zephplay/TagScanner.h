@@ -12,6 +12,7 @@
 
 struct ScannedFrame {
   uint64_t offset = 0;     // of the header, counted from the first byte ever fed
+  uint32_t tag = 0;        // the whole tag word, sub-code included
   uint32_t headLength = 0;
   uint32_t length = 0;     // payload bytes after the header
   uint64_t stampUs = 0;    // video and audio only

@@ -17,6 +17,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"play", RunPlay, "play FILE [OPTIONS]  plays a recording (play --help for the options and keys)"},
     {"info", RunInfo, "info [FILE [--json]] the version and the configuration loaded, or what FILE holds"},
+    {"convert", RunConvert, "convert IN OUT       copies a recording into MP4 (OUT ending .mp4) or GREC, damage left out"},
     {"talk", RunTalk, "talk --codec NAME    capture, encode and write talk-back (--help for more)"},
     {"afp", RunAfp, "afp FILE.aac         plays an AAC (ADTS) file with a progress bar"},
     {"send", RunSend, "send FILE --port N   serves a tagged stream file on 127.0.0.1 as a recorder would (--help)"},
