@@ -1,5 +1,6 @@
 #include "media/CRecWriterMp4.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -151,6 +152,9 @@ int CRecWriterMp4::OpenLocked(const char* path) {
   }
   // Every packet reaches the file at once: a fragment is complete on disk when the next starts.
   m_pFormat->flush_packets = 1;
+  // Our stamps never go below 0. Left to itself the muxer would move every track by the first
+  // packet's time, which is sound's while the first video frames are held.
+  m_pFormat->avoid_negative_ts = AVFMT_AVOID_NEG_TS_DISABLED;
   return 0;
 }
 
@@ -197,26 +201,91 @@ int CRecWriterMp4::WriteVideo(const uint8_t* data, uint32_t length, bool key, ui
   if (key && !AcceptKeyFrame(data, length)) {
     return m_bStarted ? -1 : 0;
   }
-  if (m_nLastDts < 0) {
+  if (!m_bFirstStamp) {
     m_u64FirstStamp = stamp;
+    m_bFirstStamp = true;
   }
   if (stamp < m_u64FirstStamp) {
     LogError("%s stamp %llu before the first frame's, frame left out", "CRecWriterMp4::WriteFrame",
              static_cast<unsigned long long>(stamp));
     return -1;
   }
-  const int64_t dts = av_rescale(static_cast<int64_t>(stamp - m_u64FirstStamp), kTimeScale, 1000000);
-  if (dts <= m_nLastDts) {
-    LogError("%s stamp %llu not after the previous frame's, frame left out", "CRecWriterMp4::WriteFrame",
-             static_cast<unsigned long long>(stamp));
+  return PassVideo(data, length, key, av_rescale(static_cast<int64_t>(stamp - m_u64FirstStamp), kTimeScale, 1000000));
+}
+
+int CRecWriterMp4::PassVideo(const uint8_t* data, uint32_t length, bool key, int64_t pts) {
+  int result = 0;
+  if (key && !m_Held.empty()) {
+    // Whatever came before a key frame is shown before it: all of it goes now, so that the
+    // fragment closes with this key frame as it does without B-frames.
+    DecideReorderDelay();
+    result = ReleaseHeld(0);
+  }
+  if (m_nReorderDelay == 0 || (key && m_nReorderDelay > 0)) {
+    const int written = WriteVideoPacket(data, length, key, pts, pts - m_nReorderDelay);
+    return result != 0 ? result : written;
+  }
+  Hold(data, length, key, pts);
+  if (m_Held.size() < kReorderWindow) {
+    return result;
+  }
+  DecideReorderDelay();
+  const int released = ReleaseHeld(m_nReorderDelay == 0 ? 0 : kReorderWindow - 1);
+  return result != 0 ? result : released;
+}
+
+void CRecWriterMp4::Hold(const uint8_t* data, uint32_t length, bool key, int64_t pts) {
+  m_Held.push_back(HeldVideo{std::vector<uint8_t>(data, data + length), pts, key});
+  m_UnusedPts.push(pts);
+}
+
+void CRecWriterMp4::DecideReorderDelay() {
+  if (m_nReorderDelay >= 0) {
+    return;
+  }
+  std::vector<int64_t> sorted;
+  for (const HeldVideo& held : m_Held) {
+    sorted.push_back(held.nPts);
+  }
+  std::sort(sorted.begin(), sorted.end());
+  m_nReorderDelay = 0;
+  for (size_t i = 0; i < sorted.size(); ++i) {
+    m_nReorderDelay = std::max(m_nReorderDelay, sorted[i] - m_Held[i].nPts);
+  }
+}
+
+int CRecWriterMp4::ReleaseHeld(size_t keep) {
+  int result = 0;
+  while (m_Held.size() > keep) {
+    const HeldVideo& held = m_Held.front();
+    // The smallest stamp not yet given out, moved back by the delay, is the next decode stamp:
+    // rising, and at most the frame's own stamp while the reordering stays within the delay.
+    const int64_t dts = std::min(m_UnusedPts.top() - m_nReorderDelay, held.nPts);
+    m_UnusedPts.pop();
+    if (WriteVideoPacket(held.data.data(), static_cast<uint32_t>(held.data.size()), held.bKey, held.nPts, dts) != 0) {
+      result = -1;
+    }
+    m_Held.pop_front();
+  }
+  return result;
+}
+
+int CRecWriterMp4::WriteVideoPacket(const uint8_t* data, uint32_t length, bool key, int64_t pts, int64_t wantedDts) {
+  // Decode times start at 0: the first frames' are pressed together where the delay would put
+  // them below it. A fragmented file's head, written first, has no edit list to take a negative
+  // start back, so readers would show every picture the delay after its sound.
+  const int64_t dts = std::max({wantedDts, m_nLastDts == kNoDts ? 0 : m_nLastDts + 1, int64_t{0}});
+  if (dts > pts) {
+    LogError("%s stamp %lld us too far out of order, frame left out", "CRecWriterMp4::WriteFrame",
+             static_cast<long long>(av_rescale(pts, 1000000, kTimeScale)));
     return -1;
   }
-  if (m_nLastDts >= 0) {
+  if (m_nLastDts != kNoDts) {
     m_nLastGap = dts - m_nLastDts;
   }
   m_nLastDts = dts;
   // The coming frame's distance is unknown yet: the last one stands for it.
-  return WritePacket(m_pVideo, data, length, dts, m_nLastGap, key);
+  return WritePacket(m_pVideo, data, length, pts, dts, m_nLastGap, key);
 }
 
 int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp) {
@@ -230,7 +299,7 @@ int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t sta
   const uint8_t* frame = nullptr;
   uint32_t frameLength = 0;
   while (m_pTranscoder->NextFrame(&frame, &frameLength)) {
-    if (WritePacket(m_pSound, frame, frameLength, m_nSoundPts, kAacFrameSamples, true) != 0) {
+    if (WritePacket(m_pSound, frame, frameLength, m_nSoundPts, m_nSoundPts, kAacFrameSamples, true) != 0) {
       return -1;
     }
     m_nSoundPts += kAacFrameSamples;
@@ -238,13 +307,13 @@ int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t sta
   return 0;
 }
 
-int CRecWriterMp4::WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t duration,
-                               bool key) {
+int CRecWriterMp4::WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t dts,
+                               int64_t duration, bool key) {
   // The payload is lent to the muxer, which copies it into the fragment: no copy of ours.
   m_pPacket->data = const_cast<uint8_t*>(data);
   m_pPacket->size = static_cast<int>(length);
   m_pPacket->pts = pts;
-  m_pPacket->dts = pts;
+  m_pPacket->dts = dts;
   m_pPacket->duration = duration;
   m_pPacket->flags = key ? AV_PKT_FLAG_KEY : 0;
   m_pPacket->stream_index = stream->index;
@@ -428,6 +497,8 @@ int CRecWriterMp4::CloseWriter() {
 
 void CRecWriterMp4::CloseLocked() {
   if (m_pFormat != nullptr) {
+    DecideReorderDelay();
+    ReleaseHeld(0);
     if (m_bStarted && av_write_trailer(m_pFormat) < 0) {
       LogError("%s writing the end of %s failed", "CRecWriterMp4::CloseWriter", m_pFormat->url);
     }
@@ -449,8 +520,12 @@ void CRecWriterMp4::CloseLocked() {
   m_bStarted = false;
   m_bRefused = false;
   m_u64FirstStamp = 0;
-  m_nLastDts = -1;
+  m_bFirstStamp = false;
+  m_nLastDts = kNoDts;
   m_nLastGap = 0;
+  m_nReorderDelay = -1;
+  m_Held.clear();
+  m_UnusedPts = {};
   m_bHeadStart = false;
 }
 

@@ -1,6 +1,9 @@
 #pragma once
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <memory>
+#include <queue>
 #include <vector>
 
 #include "media/CRecWriter.h"
@@ -24,6 +27,12 @@ namespace zp {
 // registered IAudioTranscoder, its coder type the application head's (byte 180) or else the
 // configured default; without a transcoder the file has no sound track. Data and auxiliary
 // frames have no track.
+// Video stamps are presentation times; decode times must rise. The first frames (up to
+// kReorderWindow, or up to the second key frame) are held to see how far the stamps run out of
+// order (B-frames): in order, every frame goes to the muxer as it comes, its decode time its
+// stamp. Out of order, the last kReorderWindow - 1 frames stay held so that each frame's decode
+// time can be the smallest stamp not yet used, moved back by that reorder delay; a key frame
+// releases every held frame and goes at once, so fragments still close at key frames.
 class CRecWriterMp4 : public CRecWriter {
  public:
   CRecWriterMp4() = default;
@@ -37,7 +46,8 @@ class CRecWriterMp4 : public CRecWriter {
   // one) and its audio coder type as the sound's. Before the first key frame only: the MP4 head is written then. 0, -1 when not open,
   // the head short or already written.
   int SetFileHead(const uint8_t* head, uint32_t length) override;
-  // Video: 0 when stored or left out before the first key frame, -1 when refused. Other kinds: 0.
+  // Video: 0 when stored, held or left out before the first key frame, -1 when refused (a held
+  // frame refused later counts against the call that releases it). Other kinds: 0.
   // *payloadOffset receives 0 (samples are placed by the muxer), *nextOffset the bytes written.
   int WriteFrame(const uint8_t* data, uint32_t length, uint32_t tag, uint64_t stamp, uint32_t* payloadOffset,
                  uint32_t* nextOffset) override;
@@ -45,6 +55,15 @@ class CRecWriterMp4 : public CRecWriter {
   int CloseWriter() override;
 
  private:
+  static constexpr size_t kReorderWindow = 8;
+  static constexpr int64_t kNoDts = INT64_MIN;
+
+  struct HeldVideo {
+    std::vector<uint8_t> data;
+    int64_t nPts = 0;
+    bool bKey = false;
+  };
+
   // What a key frame's parameter sets say.
   struct VideoHead {
     int nCodecId = 0;
@@ -58,10 +77,20 @@ class CRecWriterMp4 : public CRecWriter {
   bool StartMuxer(const uint8_t* data, uint32_t length, const VideoHead& head);
   bool AcceptKeyFrame(const uint8_t* data, uint32_t length);
   int WriteVideo(const uint8_t* data, uint32_t length, bool key, uint64_t stamp);
+  // Writes a frame, holds it, or both (see the class comment); pts in the time scale.
+  int PassVideo(const uint8_t* data, uint32_t length, bool key, int64_t pts);
+  void Hold(const uint8_t* data, uint32_t length, bool key, int64_t pts);
+  // Sets the reorder delay from the frames held, once: the most any of them would be shown
+  // before its place in decode order.
+  void DecideReorderDelay();
+  // Writes the held frames, oldest first, until `keep` remain; -1 when one was refused.
+  int ReleaseHeld(size_t keep);
+  int WriteVideoPacket(const uint8_t* data, uint32_t length, bool key, int64_t pts, int64_t wantedDts);
   void SetCreationTime();
   bool AddSoundTrack();
   int WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp);
-  int WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t duration, bool key);
+  int WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t dts, int64_t duration,
+                  bool key);
 
   AVFormatContext* m_pFormat = nullptr;
   AVStream* m_pVideo = nullptr;
@@ -77,8 +106,12 @@ class CRecWriterMp4 : public CRecWriter {
   bool m_bStarted = false;
   bool m_bRefused = false;
   uint64_t m_u64FirstStamp = 0;
-  int64_t m_nLastDts = -1;
+  bool m_bFirstStamp = false;
+  int64_t m_nLastDts = kNoDts;
   int64_t m_nLastGap = 0;
+  int64_t m_nReorderDelay = -1;  // in the time scale; -1 until the first frames have shown it
+  std::deque<HeldVideo> m_Held;
+  std::priority_queue<int64_t, std::vector<int64_t>, std::greater<int64_t>> m_UnusedPts;
   uint8_t m_HeadStart[6] = {};
   bool m_bHeadStart = false;
   std::vector<uint8_t> m_KeyCopy;  // a key frame with the padding the parser reads past its end

@@ -40,6 +40,7 @@ struct Mp4Read {
   std::string creationTime;
   std::vector<test::Picture> pictures;
   std::vector<int16_t> sound;  // mono
+  std::vector<int64_t> videoPtsUs;  // from the first packet's
 };
 
 // What libavformat reads from the file, every packet decoded by libavcodec.
@@ -83,6 +84,7 @@ Mp4Read ReadMp4(const std::string& path) {
       ++r.packets;
       first = first == AV_NOPTS_VALUE ? pkt->pts : first;
       r.durationUs = av_rescale_q(pkt->pts + pkt->duration - first, st->time_base, AVRational{1, 1000000});
+      r.videoPtsUs.push_back(av_rescale_q(pkt->pts - first, st->time_base, AVRational{1, 1000000}));
     }
     avcodec_send_packet(ctx[pkt->stream_index], pkt);
     drain(ctx[pkt->stream_index]);
@@ -205,6 +207,27 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
     }
     EXPECT_GT(best, c.minSnrDb) << c.rate;
   }
+}
+
+// B-frames come in decode order with their stamps out of order: every frame is stored in that
+// order and presented at its own stamp.
+TEST(Mp4Writer, StoresBFramesInDecodeOrderAtTheirStamps) {
+  const std::vector<EncodedFrame> frames = samples::EncodeVideo({.frames = 40, .gop = 20, .bFrames = true});
+  TempDir dir;
+  const std::string path = (dir.path() / "bframes.mp4").string();
+  CRecWriterMp4 w;
+  ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+  for (const EncodedFrame& f : frames) {
+    EXPECT_EQ(Write(&w, f), 0);
+  }
+  w.CloseWriter();
+  const Mp4Read r = ReadMp4(path);
+  std::vector<int64_t> stamps;
+  for (const EncodedFrame& f : frames) {
+    stamps.push_back(static_cast<int64_t>(f.stampUs - frames[0].stampUs));
+  }
+  EXPECT_EQ(r.videoPtsUs, stamps);
+  EXPECT_TRUE(r.pictures == test::DecodeAllPictures("h264", frames));
 }
 
 // A writer killed mid-recording leaves every fragment closed before the kill readable: a
