@@ -22,6 +22,12 @@ class CAENC {
   // Encodes inLen bytes of PCM into out, which must hold inLen + kOutputSlack bytes; *outLen
   // receives the bytes written. Non-zero on success.
   virtual int EncoderFrame(const uint8_t* in, uint32_t inLen, uint8_t* out, uint32_t* outLen) = 0;
+  // After the last input: the next unit the encoder still holds, written as EncoderFrame writes
+  // one; 0 when none is left. No input may follow. Only look-ahead encoders hold any.
+  virtual int DrainFrame(uint8_t* /*out*/, uint32_t* outLen) {
+    *outLen = 0;
+    return 0;
+  }
 
   // The encoder for a coder type (null only when memory runs out).
   static CAENC* S_InitAudioEncoder(uint32_t nCoderType);

@@ -83,6 +83,7 @@ int CAENCAac::InitEncoder() {
     return 0;
   }
   m_nNextPts = 0;
+  m_bDraining = false;
   m_nInputFrameLen = kFrameSamples;
   m_pOutBuffer.reset(new (std::nothrow) uint8_t[kOutBufferSize]);
   m_nOutBufferSize = m_pOutBuffer != nullptr ? kOutBufferSize : 0;
@@ -126,21 +127,46 @@ void CAENCAac::EncAac(uint8_t* out, uint32_t* outLen) {
     LogInfo("%s Encoding aac failed", "CAENCAac::EncAac");
     return;
   }
-  while (avcodec_receive_packet(m_hEncoder, m_pPacket) == 0) {
-    const uint32_t header = m_bRawOutput != 0 ? 0 : kAdtsHeaderSize;
-    const uint32_t size = static_cast<uint32_t>(m_pPacket->size);
-    if (header + size > m_nOutBufferSize) {
-      LogInfo("%s Encoding aac failed", "CAENCAac::EncAac");
-    } else {
-      if (header != 0) {
-        WriteAdtsHeader(size);
-      }
-      std::memcpy(m_pOutBuffer.get() + header, m_pPacket->data, size);
-      std::memcpy(out + *outLen, m_pOutBuffer.get(), header + size);
-      *outLen += header + size;
-    }
-    av_packet_unref(m_pPacket);
+  while (ReceiveUnit(out, outLen)) {
   }
+}
+
+bool CAENCAac::ReceiveUnit(uint8_t* out, uint32_t* outLen) {
+  if (avcodec_receive_packet(m_hEncoder, m_pPacket) != 0) {
+    return false;
+  }
+  const uint32_t header = m_bRawOutput != 0 ? 0 : kAdtsHeaderSize;
+  const uint32_t size = static_cast<uint32_t>(m_pPacket->size);
+  if (header + size > m_nOutBufferSize) {
+    LogInfo("%s Encoding aac failed", "CAENCAac::EncAac");
+  } else {
+    if (header != 0) {
+      WriteAdtsHeader(size);
+    }
+    std::memcpy(m_pOutBuffer.get() + header, m_pPacket->data, size);
+    std::memcpy(out + *outLen, m_pOutBuffer.get(), header + size);
+    *outLen += header + size;
+  }
+  av_packet_unref(m_pPacket);
+  return true;
+}
+
+int CAENCAac::DrainFrame(uint8_t* out, uint32_t* outLen) {
+  *outLen = 0;
+  if (m_hEncoder == nullptr) {
+    return 0;
+  }
+  if (!m_bDraining) {
+    m_bDraining = true;
+    avcodec_send_frame(m_hEncoder, nullptr);
+  }
+  // A unit too large for the buffer is logged and skipped; the next one is still taken.
+  while (ReceiveUnit(out, outLen)) {
+    if (*outLen != 0) {
+      return 1;
+    }
+  }
+  return 0;
 }
 
 void CAENCAac::WriteAdtsHeader(uint32_t payload) {

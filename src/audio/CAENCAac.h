@@ -20,12 +20,15 @@ class CAENCAac : public CAENC {
   ~CAENCAac() override;
   int InitEncoder() override;
   int EncoderFrame(const uint8_t* in, uint32_t inLen, uint8_t* out, uint32_t* outLen) override;
+  int DrainFrame(uint8_t* out, uint32_t* outLen) override;
 
  private:
   void Release();
   bool OpenCodec(uint32_t rate);
   // Encodes the full accumulation buffer and appends what comes out at out.
   void EncAac(uint8_t* out, uint32_t* outLen);
+  // Appends the encoder's next unit at out; false when it has none ready.
+  bool ReceiveUnit(uint8_t* out, uint32_t* outLen);
   void WriteAdtsHeader(uint32_t payload);
 
   AVCodecContext* m_hEncoder = nullptr;
@@ -36,6 +39,7 @@ class CAENCAac : public CAENC {
   uint32_t m_nInputFrameLen = 0;
   int64_t m_nNextPts = 0;
   uint8_t m_nRateIndex = 0;
+  bool m_bDraining = false;
 };
 
 }  // namespace zp

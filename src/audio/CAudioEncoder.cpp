@@ -92,4 +92,14 @@ bool CAudioEncoder::EncodeOneFrame(const uint8_t* pcm, uint32_t* len, uint8_t* o
   return true;
 }
 
+bool CAudioEncoder::DrainFrame(uint8_t* out, uint32_t* outLen) {
+  uint32_t payload = 0;
+  if (m_pEncoder == nullptr || m_pEncoder->DrainFrame(out + kFrameHead, &payload) == 0) {
+    return false;
+  }
+  WriteHead(out, payload);
+  *outLen = kFrameHead + payload;
+  return true;
+}
+
 }  // namespace zp

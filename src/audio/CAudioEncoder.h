@@ -30,6 +30,9 @@ class CAudioEncoder {
   // Encodes pieces until the first output; *len returns the input bytes consumed. False when
   // nothing came out.
   bool EncodeOneFrame(const uint8_t* pcm, uint32_t* len, uint8_t* out, uint32_t* outLen);
+  // After the last input: the next frame the encoder still holds (AAC looks one frame ahead).
+  // False when none is left; no input may follow.
+  bool DrainFrame(uint8_t* out, uint32_t* outLen);
 
   // The most a framing call writes for len bytes of input.
   static uint32_t OutputSize(uint32_t len) { return kFrameHead + len + CAENC::kOutputSlack; }

@@ -296,6 +296,10 @@ int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t sta
     const uint64_t offset = stamp > m_u64FirstStamp ? stamp - m_u64FirstStamp : 0;
     m_nSoundPts = av_rescale(static_cast<int64_t>(offset), m_nSoundRate, 1000000);
   }
+  return WriteSoundFrames();
+}
+
+int CRecWriterMp4::WriteSoundFrames() {
   const uint8_t* frame = nullptr;
   uint32_t frameLength = 0;
   while (m_pTranscoder->NextFrame(&frame, &frameLength)) {
@@ -305,6 +309,15 @@ int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t sta
     m_nSoundPts += kAacFrameSamples;
   }
   return 0;
+}
+
+// The sound's last partial frame and the frame the encoder looks ahead by would be lost.
+void CRecWriterMp4::FinishSound() {
+  if (m_pSound == nullptr || m_pTranscoder == nullptr || m_nSoundPts < 0) {
+    return;
+  }
+  m_pTranscoder->Finish();
+  WriteSoundFrames();
 }
 
 int CRecWriterMp4::WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t dts,
@@ -499,6 +512,7 @@ void CRecWriterMp4::CloseLocked() {
   if (m_pFormat != nullptr) {
     DecideReorderDelay();
     ReleaseHeld(0);
+    FinishSound();
     if (m_bStarted && av_write_trailer(m_pFormat) < 0) {
       LogError("%s writing the end of %s failed", "CRecWriterMp4::CloseWriter", m_pFormat->url);
     }

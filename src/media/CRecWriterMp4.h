@@ -89,6 +89,8 @@ class CRecWriterMp4 : public CRecWriter {
   void SetCreationTime();
   bool AddSoundTrack();
   int WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp);
+  int WriteSoundFrames();
+  void FinishSound();
   int WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t dts, int64_t duration,
                   bool key);
 

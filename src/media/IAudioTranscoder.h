@@ -22,6 +22,10 @@ class IAudioTranscoder {
   // The next raw AAC frame (1024 samples) of the sound kept, valid until the next call; false
   // when the sound kept does not fill another frame.
   virtual bool NextFrame(const uint8_t** frame, uint32_t* length) = 0;
+  // The sound has ended: what is kept is padded with silence to a whole frame, and NextFrame
+  // then also gives the frames the encoder still holds, so that the end of the sound is kept.
+  // No Decode may follow.
+  virtual void Finish() = 0;
 
   static void SetMaker(Maker maker);
   // A new transcoder, null without a maker or memory.

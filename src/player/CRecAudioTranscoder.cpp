@@ -88,12 +88,24 @@ bool CRecAudioTranscoder::NextFrame(const uint8_t** frame, uint32_t* length) {
   }
   std::memmove(m_pHeld.get(), m_pHeld.get() + used, m_nHeld - used);
   m_nHeld -= used;
-  if (!got) {
+  if (!got && !(m_bFinished && m_Encoder.DrainFrame(m_pOut.get(), &outLen))) {
     return false;
   }
   *frame = m_pOut.get() + CAudioEncoder::kFrameHead;
   *length = outLen - CAudioEncoder::kFrameHead;
   return true;
+}
+
+void CRecAudioTranscoder::Finish() {
+  m_bFinished = true;
+  const uint32_t partial = m_nHeld % CAudioEncoder::kAacPiece;
+  if (partial == 0) {
+    return;
+  }
+  // kHeld is a whole number of pieces, so the padded piece always fits.
+  const uint32_t pad = CAudioEncoder::kAacPiece - partial;
+  std::memset(m_pHeld.get() + m_nHeld, 0, pad);
+  m_nHeld += pad;
 }
 
 }  // namespace zp

@@ -18,6 +18,7 @@ class CRecAudioTranscoder : public IAudioTranscoder {
   bool Open(uint32_t nCoderType, uint32_t* sampleRate) override;
   bool Decode(const uint8_t* data, uint32_t length) override;
   bool NextFrame(const uint8_t** frame, uint32_t* length) override;
+  void Finish() override;
 
   // Registers this class as the transcoder of the media floor's recordings.
   static void Register();
@@ -35,6 +36,7 @@ class CRecAudioTranscoder : public IAudioTranscoder {
   std::unique_ptr<uint8_t[]> m_pOut;
   uint32_t m_nHeld = 0;
   uint32_t m_nChannels = 1;
+  bool m_bFinished = false;
 };
 
 }  // namespace zp

@@ -169,7 +169,8 @@ TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
 }
 
 // Sound from the source's coder type comes back as mono AAC at the source's AAC rate (8000 Hz
-// otherwise), close to the source sound; the encoder's priming delay is found, not assumed.
+// otherwise), close to the source sound to its end; the encoder's priming delay is found, not
+// assumed.
 TEST(Mp4Writer, ReencodesSoundToAac) {
   struct Case {
     samples::AudioCodec codec;
@@ -197,12 +198,14 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
     EXPECT_EQ(r.soundCodec, AV_CODEC_ID_AAC);
     EXPECT_EQ(r.sampleRate, c.rate);
     EXPECT_EQ(r.packets, 38);
+    // The whole source, its last partial frame included (an AAC source holds one frame less:
+    // its encoder was never drained).
+    const bool aacSource = c.codec == samples::AudioCodec::AacAdts;
     std::vector<int16_t> source;
-    const size_t n = static_cast<size_t>(c.rate) / 2;
+    const size_t n = static_cast<size_t>((c.frames - (aacSource ? 1 : 0)) * samples::SamplesPerEncodedFrame(a));
     samples::MakeSound(0, static_cast<int>(n), c.rate, 1, &source);
-    ASSERT_GE(r.sound.size(), n + 2048);
     double best = -100;
-    for (size_t lag = 0; lag <= 2048; ++lag) {
+    for (size_t lag = 0; lag <= 2048 && lag + n <= r.sound.size(); ++lag) {
       best = std::max(best, test::SnrDb(source.data(), r.sound.data() + lag, n));
     }
     EXPECT_GT(best, c.minSnrDb) << c.rate;
