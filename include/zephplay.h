@@ -26,10 +26,13 @@
  *    process-wide functions, and, on the same handle, for the callback's own setter (to clear or
  *    replace it). Nothing else on the same handle, and above all never its close: on a player's
  *    thread the close would wait for that thread to end, which is the thread making the call,
- *    so there ZEPHPLAY_ClosePlayHandle, ZEPHPLAY_CloseFile, ZEPHPLAY_Play and ZEPHPLAY_Stop are
- *    refused (-1 or 1, logged) and do nothing; on the caller's thread the close would free the
- *    player that the enclosing export is still using. Other calls on the same handle may wait
- *    for a lock that another thread of the player holds while it waits for the calling thread.
+ *    and on the caller's thread (a step or a seek shows its picture there) it would free the
+ *    player that the enclosing export is still using. So from inside any of the handle's
+ *    callbacks, on whichever thread, ZEPHPLAY_ClosePlayHandle, ZEPHPLAY_CloseFile,
+ *    ZEPHPLAY_Play and ZEPHPLAY_Stop are refused (-1 or 1, logged) and do nothing, and so is
+ *    ZEPHPLAY_MPBClosePlayHandle inside a callback of a group's player. Other calls on the
+ *    same handle may wait for a lock that another thread of the player holds while it waits for
+ *    the calling thread.
  *  - Pointer arguments point into the library's memory: read them only, and only during the
  *    call; copy what must outlive it.
  *  - Return quickly: the calling thread waits meanwhile (a slow decode callback holds up
@@ -1275,7 +1278,8 @@ typedef uint64_t ZEPHPLAY_MPBHANDLE;
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBOpenPlayHandle(ZEPHPLAY_MPBHANDLE* handle, int32_t count);
 
 /** Stops the clock, closes every player and frees the group. 0; 1 for a 0 handle, and 1 (with
- *  a log line, nothing done) on a thread of one of its players (from a callback). */
+ *  a log line, nothing done) on a thread of one of its players or inside one of their
+ *  callbacks (which a step runs on the caller's thread). */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBClosePlayHandle(ZEPHPLAY_MPBHANDLE handle);
 
 /**

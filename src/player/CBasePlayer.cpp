@@ -25,7 +25,7 @@ constexpr uint32_t kDecodeWaitMs = 1;
 // and keeps a paused or starved player from waking a thousand times a second.
 constexpr uint32_t kSignalledWaitMs = 100;
 
-// The player whose thread (play, decode, or its PCM callback on the sound thread) this is.
+// The player whose thread (play, decode) this is, or whose callback runs on it.
 thread_local const CBasePlayer* t_pOwnPlayer = nullptr;
 
 bool IsKeyKind(uint32_t nType) { return (nType & 0xFFFFFF00u) == kKeyFrameKind; }
@@ -248,6 +248,7 @@ void CBasePlayer::DisplayHook(uint32_t /*nIndex*/, uint64_t u64Window, uint32_t 
                               uint32_t nHeight, uint64_t u64Stamp, uint32_t nShownWidth,
                               uint32_t nShownHeight, uint32_t /*nDrawMs*/, void* pPlayer) {
   auto* self = static_cast<CBasePlayer*>(pPlayer);
+  const CallerCodeScope callerCode(self);
   CAutoLock slot(&self->m_DisplayCB.lock);
   auto pfn = reinterpret_cast<ZEPHPLAY_DisplayCallBack>(self->m_DisplayCB.pfn);
   if (pfn != nullptr) {
@@ -259,6 +260,7 @@ void CBasePlayer::DecodeHook(uint64_t u64Stamp, uint32_t nWidth, uint32_t nHeigh
                              uint32_t nYStride, uint32_t nUVStride, uint32_t nIndex,
                              void* pPlayer) {
   auto* self = static_cast<CBasePlayer*>(pPlayer);
+  const CallerCodeScope callerCode(self);
   CAutoLock slot(&self->m_DecCBEx.lock);
   auto pfn = reinterpret_cast<ZEPHPLAY_DecCBEx>(self->m_DecCBEx.pfn);
   if (pfn != nullptr) {
@@ -269,18 +271,19 @@ void CBasePlayer::DecodeHook(uint64_t u64Stamp, uint32_t nWidth, uint32_t nHeigh
 void CBasePlayer::PcmHook(const int16_t* pcm, uint32_t samples, uint32_t channels, uint32_t bits,
                           uint32_t rate, uint64_t stamp, uint64_t user) {
   auto* self = reinterpret_cast<CBasePlayer*>(user);
-  // The sound thread counts as the player's own while the caller's code runs on it.
-  const CBasePlayer* outer = t_pOwnPlayer;
-  t_pOwnPlayer = self;
-  {
-    CAutoLock slot(&self->m_PcmCB.lock);
-    auto pfn = reinterpret_cast<PcmCallback>(self->m_PcmCB.pfn);
-    if (pfn != nullptr) {
-      pfn(pcm, samples, channels, bits, rate, stamp, self->m_PcmCB.u64User);
-    }
+  const CallerCodeScope callerCode(self);  // runs on the sound thread
+  CAutoLock slot(&self->m_PcmCB.lock);
+  auto pfn = reinterpret_cast<PcmCallback>(self->m_PcmCB.pfn);
+  if (pfn != nullptr) {
+    pfn(pcm, samples, channels, bits, rate, stamp, self->m_PcmCB.u64User);
   }
-  t_pOwnPlayer = outer;
 }
+
+CBasePlayer::CallerCodeScope::CallerCodeScope(const CBasePlayer* pPlayer) : m_pOuter(t_pOwnPlayer) {
+  t_pOwnPlayer = pPlayer;
+}
+
+CBasePlayer::CallerCodeScope::~CallerCodeScope() { t_pOwnPlayer = m_pOuter; }
 
 // ---- window and drawing -------------------------------------------------------------------
 
@@ -630,6 +633,7 @@ bool CBasePlayer::ReadIntoWorkBuffer(QueueFrameHead* pHead, bool* pGrown) {
 }
 
 void CBasePlayer::DeliverUserData(const QueueFrameHead& head) {
+  const CallerCodeScope callerCode(this);
   CAutoLock slot(&m_UsrDataCB.lock);
   auto pfn = reinterpret_cast<UsrDataCallBack>(m_UsrDataCB.pfn);
   if (pfn != nullptr) {

@@ -104,11 +104,25 @@ class CBasePlayer {
   // Codec id 0: the configured default coder. Always 1.
   int CreateADecoder(uint32_t nCodecId, uint32_t nValue1, uint32_t nValue2, uint32_t nValue3);
 
-  // True on the player's play or decode thread, or inside its PCM callback.
+  // True on the player's play or decode thread, or inside any of its callbacks (which a step or
+  // a seek runs on the caller's thread).
   bool IsOwnThread() const;
   bool HasVDecoder();
 
  protected:
+  // While it lives, the caller's code that this player runs counts as the player's own thread:
+  // a close from inside a callback is refused rather than waiting for itself.
+  class CallerCodeScope {
+   public:
+    explicit CallerCodeScope(const CBasePlayer* pPlayer);
+    ~CallerCodeScope();
+    CallerCodeScope(const CallerCodeScope&) = delete;
+    CallerCodeScope& operator=(const CallerCodeScope&) = delete;
+
+   private:
+    const CBasePlayer* m_pOuter;
+  };
+
   bool StartThreads();
   // Stops both threads (no time limit). False, doing nothing, on the player's own thread.
   bool StopThreads();

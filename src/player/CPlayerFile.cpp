@@ -350,6 +350,7 @@ void CPlayerFile::FireEnd(uint32_t nEndKind) {
   if (m_pfnEnd == nullptr || m_nEndFired != 0) {
     return;
   }
+  const CallerCodeScope callerCode(this);
   m_pfnEnd(nEndKind, m_u64EndUser);
   m_nEndFired = 1;
 }

@@ -1,6 +1,7 @@
 // The file player on recordings made by the sample maker, judged by a bare libavcodec decode.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <filesystem>
@@ -161,8 +162,19 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   std::this_thread::sleep_for(200ms);
   EXPECT_EQ(PlayTime(&player), pausedAt);
 
-  EXPECT_EQ(player.SetPlayTime(2000), 0);
+  // A step shows its picture on the caller's thread: a close from the display callback there is
+  // refused, not a wait for the step that called it.
+  static std::atomic<int> closedFromDisplay{1};
+  player.SetDisplayCallBack(reinterpret_cast<uint64_t>(&player),
+                            [](uint64_t, uint32_t, uint32_t, uint64_t, uint32_t, uint32_t, uint64_t user) {
+                              closedFromDisplay = reinterpret_cast<CPlayerFile*>(user)->Close();
+                            });
+  EXPECT_EQ(zp::test::RunWithDeadline("close from the display callback", [&] { return player.SetPlayTime(2000); },
+                                      std::chrono::seconds(30)),
+            0);
   EXPECT_EQ(PlayTime(&player), 2000u);
+  EXPECT_EQ(closedFromDisplay, -1);
+  player.SetDisplayCallBack(0, nullptr);
   // A step finds the ring empty while the next picture is still decoding (20 ms, kept); the
   // first step that shows anything must show the next picture.
   EXPECT_TRUE(zp::test::WaitUntil([&] { return player.OneByOne() == 0 && PlayTime(&player) != 2000; }));
