@@ -1343,6 +1343,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStopPlayRecord(ZEPHPLAY_MPBHANDLE
 
 /* The player at index, as the single-player function of the same name does for a play handle. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayWnd(ZEPHPLAY_MPBHANDLE handle, uint32_t index, void* window);
+/** Fits the picture of the player at index to its window again (after a resize), as
+ *  ZEPHPLAY_AdjustedWndRect; its result. 1 for a 0 handle or an index out of range. Caller's
+ *  thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBAdjustedWndRect(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStreamSetPlayBuffer(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                    uint32_t bytes);
@@ -1350,20 +1353,34 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetStreamAttr(ZEPHPLAY_MPBHANDLE 
                                                              const uint8_t* attr, uint32_t length);
 /** Stops that player's threads; it shows nothing more until the group is closed. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBCloseStream(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+/** Frames left in the cache of the player at index, as ZEPHPLAY_GetVideoFrameNum; frames may not be
+ *  NULL. Its result; 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetVideoFrameNum(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                 uint32_t* frames);
+/** Empties the cache and queues of the player at index and stops its recording, as
+ *  ZEPHPLAY_ResetStream; its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBResetStream(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+/** Bytes waiting in the input of the player at index, as ZEPHPLAY_GetSourceBufferRemain; bytes may
+ *  not be NULL. Its result; 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetSourceBufferRemain(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                     uint32_t* bytes);
+/** Turns on the sound of the player at index (it follows the group's clock), as ZEPHPLAY_PlaySound;
+ *  its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBPlaySound(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStopSound(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetVolume(ZEPHPLAY_MPBHANDLE handle, uint32_t index, uint16_t volume);
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetUsrDataBack(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                               uint64_t user, ZEPHPLAY_UsrDataCallBack callback);
+/** Saves the picture the player at index shows as a BMP file at path (not NULL; copied during the
+ *  call), as ZEPHPLAY_CaptureBMP; its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBCaptureBMP(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                           const char* path);
+/** Saves the picture the player at index shows as a JPEG file at path (not NULL; copied during the
+ *  call), as ZEPHPLAY_CaptureJPEG; its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBCaptureJPEG(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                            const char* path);
+/** Draws the last picture of the player at index again (at most every 500 ms), as
+ *  ZEPHPLAY_FlashWnd; its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBFlashWnd(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayIFrame(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                              uint32_t only);
@@ -1371,9 +1388,13 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayIFrame(ZEPHPLAY_MPBHANDLE 
  *  (towards the first stamp) while backward is nonzero. 0. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayBackIFrame(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                  uint32_t backward);
+/** Sets the colour of the player at index, as ZEPHPLAY_SetColorParams; its result. 1 for a 0 handle
+ *  or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetColorParams(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                               uint32_t brightness, uint32_t contrast,
                                                               uint32_t saturation, uint32_t hue, uint32_t reset);
+/** Reads the colour of the player at index into the four pointers (none NULL), as
+ *  ZEPHPLAY_GetColorParams; its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetColorParams(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                               uint32_t* brightness, uint32_t* contrast,
                                                               uint32_t* saturation, uint32_t* hue);
