@@ -35,13 +35,15 @@ bool IsDataGroup(uint32_t nType) { return (nType & 0xFFFFFFF0u) == kDataGroup; }
 }  // namespace
 
 CBasePlayer::CBasePlayer()
-    : m_pWorkBuffer(new (std::nothrow) uint8_t[kWorkBufferSize]()),
+    : m_pPictureRef(av_frame_alloc()),
+      m_pWorkBuffer(new (std::nothrow) uint8_t[kWorkBufferSize]()),
       m_nWorkBufferSize(m_pWorkBuffer != nullptr ? kWorkBufferSize : 0) {}
 
 CBasePlayer::~CBasePlayer() {
   StopThreads();
   CBasePlayer::ReleasePlay();
   CloseDecoders();
+  av_frame_free(&m_pPictureRef);
 }
 
 // ---- slots ------------------------------------------------------------------------------
@@ -672,20 +674,32 @@ void CBasePlayer::DecodeVideoFrame(const QueueFrameHead& head) {
     m_pVDecoder->SetLate(late);
     decoded = m_pVDecoder->DecodeOneFrame(head.nType, m_pWorkBuffer.get(), head.nLength,
                                           head.u64Stamp) == 1 &&
-              m_pVDecoder->GetPicture(&picture);
+              TakePictureLocked(&picture);
   }
   // Only this thread decodes, so the planes stay valid until its next decode.
   if (decoded) {
-    PushWhenRoom(picture, picture.u64Stamp, generation);
+    PushWhenRoom(picture, generation);
   }
+}
+
+bool CBasePlayer::TakePictureLocked(PictureInfo* pPicture) {
+  if (!m_pVDecoder->GetPicture(pPicture)) {
+    return false;
+  }
+  // Without a reference (other decoders, or out of memory) the ring copies the planes.
+  if (m_pPictureRef != nullptr) {
+    m_pVDecoder->RefPicture(m_pPictureRef);
+  }
+  return true;
 }
 
 // Waits for room outside the decoder lock, so that redraws and captures are never held up by
 // a paused player. A clear of the ring meanwhile (a seek) drops the picture.
-void CBasePlayer::PushWhenRoom(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration) {
-  while (!m_PictureRing.Push(picture, u64Stamp, nGeneration)) {
+void CBasePlayer::PushWhenRoom(const PictureInfo& picture, uint32_t nGeneration) {
+  while (!m_PictureRing.Push(picture, picture.u64Stamp, nGeneration, m_pPictureRef)) {
     if (m_PictureRing.Generation() != nGeneration || !m_PictureRing.IsFull() ||
         m_DecodeThread.WaitStop(0)) {
+      av_frame_unref(m_pPictureRef);
       return;
     }
     m_decodeWake.Wait(kSignalledWaitMs);
@@ -712,11 +726,11 @@ bool CBasePlayer::DrainAtEnd() {
       auto* decoder = dynamic_cast<CVDECH264*>(m_pVDecoder);
       reorders = decoder != nullptr;
       stamp += step;
-      if (!reorders || decoder->DrainOnePicture(stamp) != 1 || !decoder->GetPicture(&picture)) {
+      if (!reorders || decoder->DrainOnePicture(stamp) != 1 || !TakePictureLocked(&picture)) {
         break;
       }
     }
-    PushWhenRoom(picture, picture.u64Stamp, generation);
+    PushWhenRoom(picture, generation);
     if (m_DecodeThread.WaitStop(0)) {
       return true;
     }

@@ -183,6 +183,8 @@ class CBasePlayer {
   CFrameQueue m_VideoFrames;
   CFrameQueue m_AudioFrames;
   CPictureRing m_PictureRing;
+  // The decode thread's reference to the picture it pushes next (moved into the ring).
+  AVFrame* m_pPictureRef = nullptr;
   CDraw m_Draw;
   void* m_hWnd = nullptr;
   CMutexLock m_DecoderLock;
@@ -225,7 +227,10 @@ class CBasePlayer {
   bool ReadIntoWorkBuffer(QueueFrameHead* pHead, bool* pGrown);
   void DeliverUserData(const QueueFrameHead& head);
   void DecodeVideoFrame(const QueueFrameHead& head);
-  void PushWhenRoom(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration);
+  // Takes the decoder's current picture (its description and, where it gives one, a
+  // reference) under the decoder lock; false without a picture.
+  bool TakePictureLocked(PictureInfo* pPicture);
+  void PushWhenRoom(const PictureInfo& picture, uint32_t nGeneration);
   bool DrainAtEnd();
   // Makes the next picture of the ring the shown one; false when none waits.
   bool AdvanceShown(uint64_t* pStamp);

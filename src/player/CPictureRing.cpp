@@ -3,6 +3,10 @@
 #include <cstring>
 #include <new>
 
+extern "C" {
+#include <libavutil/frame.h>
+}
+
 #include "common/CAutoLock.h"
 
 namespace zp {
@@ -17,6 +21,24 @@ void CopyPlane(uint8_t* dst, uint32_t dstStride, const uint8_t* src, uint32_t sr
 }
 
 }  // namespace
+
+CPictureRing::CPictureRing() {
+  for (Place& place : m_places) {
+    place.frame = av_frame_alloc();
+  }
+}
+
+CPictureRing::~CPictureRing() {
+  for (Place& place : m_places) {
+    av_frame_free(&place.frame);
+  }
+}
+
+void CPictureRing::Release(int nPlace) {
+  if (nPlace >= 0 && m_places[nPlace].frame != nullptr) {
+    av_frame_unref(m_places[nPlace].frame);
+  }
+}
 
 bool CPictureRing::IsEmpty() {
   CAutoLock lock(&m_lock);
@@ -69,7 +91,8 @@ uint32_t CPictureRing::Generation() {
   return m_nGeneration;
 }
 
-bool CPictureRing::Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration) {
+bool CPictureRing::Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration,
+                        AVFrame* pRef) {
   if (picture.pY == nullptr || picture.pU == nullptr || picture.pV == nullptr) {
     return false;
   }
@@ -78,7 +101,14 @@ bool CPictureRing::Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t 
     return false;
   }
   const int place = (m_nNext + m_nCount) % 2;
-  if (!CopyInto(&m_places[place], picture, u64Stamp)) {
+  Release(place);
+  Place* target = &m_places[place];
+  if (pRef != nullptr && pRef->buf[0] != nullptr && target->frame != nullptr) {
+    // The decoder's pictures are never written again once put out, so holding them is safe.
+    av_frame_move_ref(target->frame, pRef);
+    target->info = picture;
+    target->info.u64Stamp = u64Stamp;
+  } else if (!CopyInto(target, picture, u64Stamp)) {
     return false;
   }
   ++m_nCount;
@@ -90,6 +120,7 @@ bool CPictureRing::Advance() {
   if (m_nCount == 0) {
     return false;
   }
+  Release(m_nCurrent);
   m_nCurrent = m_nNext;
   m_nNext = (m_nNext + 1) % 2;
   --m_nCount;
@@ -116,6 +147,8 @@ bool CPictureRing::NextStamp(uint64_t* pStamp) {
 
 void CPictureRing::Clear() {
   CAutoLock lock(&m_lock);
+  Release(0);
+  Release(1);
   m_nCount = 0;
   m_nCurrent = -1;
   m_nNext = 0;

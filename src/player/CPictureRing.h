@@ -5,16 +5,21 @@
 #include "common/CMutexLock.h"
 #include "video/PictureInfo.h"
 
+struct AVFrame;
+
 namespace zp {
 
-// The decoded pictures between the decode thread and the play thread: two places, each a copy
-// of a decoder's picture with its stamp. One is the current picture (shown; kept for redraw
+// The decoded pictures between the decode thread and the play thread: two places, each holding
+// a decoder's picture with its stamp: a reference to libavcodec's buffers where the decoder
+// gives one, else a copy of the planes. One is the current picture (shown; kept for redraw
 // and capture), the other waits to be shown; before the first picture is shown both may wait.
-// A place's planes grow only when a larger picture arrives, so pushing does not allocate.
+// A place's copied planes grow only when a larger picture arrives; a reference costs
+// libavcodec's small buffer records, never planes.
 // Every operation takes the ring's own lock; Lock() lets a reader hold it across calls.
 class CPictureRing {
  public:
-  CPictureRing() = default;
+  CPictureRing();
+  ~CPictureRing();
   CPictureRing(const CPictureRing&) = delete;
   CPictureRing& operator=(const CPictureRing&) = delete;
 
@@ -23,9 +28,12 @@ class CPictureRing {
   bool IsEmpty();
   // No place is free for a push.
   bool IsFull();
-  // Copies the picture's planes and stamp into a free place; false when full, when the ring
-  // was cleared since nGeneration was read, or when the planes cannot be allocated.
-  bool Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration);
+  // Puts the picture and stamp into a free place: pRef, when it holds buffers, is a reference
+  // to the picture's planes and is moved into the ring (left empty); otherwise the planes are
+  // copied. False when full, when the ring was cleared since nGeneration was read, or when the
+  // planes cannot be allocated; pRef then keeps its reference.
+  bool Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration,
+            AVFrame* pRef = nullptr);
   // Changes with every Clear: a picture decoded before a clear is not pushed after it.
   uint32_t Generation();
   // Drops the current picture and makes the next waiting one current; false when none waits.
@@ -42,9 +50,11 @@ class CPictureRing {
  private:
   struct Place {
     std::vector<uint8_t> planes;
+    AVFrame* frame = nullptr;  // the referenced picture; empty when planes hold a copy
     PictureInfo info;
   };
   bool CopyInto(Place* place, const PictureInfo& picture, uint64_t u64Stamp);
+  void Release(int nPlace);
 
   CMutexLock m_lock;
   Place m_places[2];

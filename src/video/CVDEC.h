@@ -5,6 +5,8 @@
 #include "video/CVideoDecodeData.h"
 #include "zephplay.h"
 
+struct AVFrame;
+
 namespace zp {
 
 // A video decoder: one compressed frame in, at most one picture out, in decode order.
@@ -58,6 +60,10 @@ class CVDEC {
                                uint32_t /*nSaturation*/, uint32_t /*nHue*/,
                                uint32_t /*nReset*/) { return 1; }
   virtual int HwGetPictureSize(uint32_t* /*pWidth*/, uint32_t* /*pHeight*/) { return 1; }
+  // A reference to the current picture's buffers in pDst (left empty by the caller), for
+  // decoders whose pictures are reference-counted: it outlives the next decode and UnInit.
+  // False for the others; the caller then copies the planes GetPicture describes.
+  virtual bool RefPicture(AVFrame* /*pDst*/) { return false; }
 
   // Hardware decoding is in use while it is active or has failed and not yet recovered.
   bool IsDxvaInUse() const { return m_hwState == HwState::kActive || m_hwState == HwState::kFailed; }

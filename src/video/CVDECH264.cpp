@@ -240,6 +240,13 @@ int CVDECH264::DecodeAgain(uint32_t nType, const uint8_t* pData, uint32_t nLengt
   return result;
 }
 
+bool CVDECH264::RefPicture(AVFrame* pDst) {
+  CAutoLock lock(m_decodeData.Lock());
+  const AVFrame* frame = m_core.Frame();
+  return m_hwState != HwState::kActive && frame != nullptr && frame->buf[0] != nullptr &&
+         av_frame_ref(pDst, frame) == 0;
+}
+
 void CVDECH264::DeliverSoftwarePicture(uint64_t u64Stamp) {
   const AVFrame* frame = m_core.Frame();
   const AVCodecContext* ctx = m_core.Context();

@@ -42,6 +42,7 @@ class CVDECH264 : public CVDEC {
   int HwSetColorParams(uint32_t nBrightness, uint32_t nContrast, uint32_t nSaturation,
                        uint32_t nHue, uint32_t nReset) override;
   int HwGetPictureSize(uint32_t* pWidth, uint32_t* pHeight) override;
+  bool RefPicture(AVFrame* pDst) override;
 
   // Ends the stream and takes one picture the decoder still holds (reordering delay), as
   // DecodeOneFrame would have delivered it. 1 when one came out. The decoder must be
