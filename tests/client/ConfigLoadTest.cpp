@@ -3,36 +3,26 @@
 // in a child process, as a user's program would.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <string>
+
+#include "common/TempDir.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
+// A scratch directory with lib/libzephplay.so and app/probe.
 class Scratch {
  public:
   Scratch() {
-    std::string pattern = (fs::temp_directory_path() / "zpcfgXXXXXX").string();
-    root = mkdtemp(pattern.data());
     fs::create_directories(root / "lib");
     fs::create_directories(root / "app");
     fs::copy_file(LIBRARY_PATH, root / "lib" / "libzephplay.so");
     fs::copy_file(PROBE_PATH, root / "app" / "probe");
   }
-  ~Scratch() {
-    std::error_code ec;
-    fs::remove_all(root, ec);
-  }
-  void Write(const fs::path& rel, const std::string& text) {
-    fs::create_directories((root / rel).parent_path());
-    std::ofstream(root / rel) << text;
-  }
+  void Write(const std::string& rel, const std::string& text) { dir.File(rel, text); }
   // Runs the probe from the app directory on the library copy; env is prefixed to the command.
   std::map<std::string, std::string> Load(const std::string& env = "") {
     const std::string cmd = "env -u ZEPHPLAY_LOG_DIR -u ZEPHPLAY_LOG_LEVEL HOME='" + root.string() + "' " + env +
@@ -57,12 +47,13 @@ class Scratch {
     EXPECT_EQ(pclose(p), 0) << cmd;
     return out;
   }
-  fs::path root;
+  TempDir dir;
+  const fs::path& root = dir.path();
 };
 
 }  // namespace
 
-// The keys' defaults are the configuration's own test; here where the files and the log are looked for.
+// Where the files and the log are looked for when there are none.
 TEST(ConfigLoad, WithoutAFileTheLogGoesUnderHome) {
   Scratch s;
   auto v = s.Load();

@@ -30,13 +30,3 @@ TEST(LibraryExports, NullAndShortArgumentsAreRefused) {
   EXPECT_EQ(ZEPHPLAY_GetLibraryInfo(&info), -1);
   EXPECT_EQ(static_cast<unsigned char>(info.szVersion[0]), 0x5Au);
 }
-
-TEST(LibraryExports, HandlesOpenAndCloseIndependently) {
-  ZEPHPLAY_PLAYHANDLE* a = nullptr;
-  ZEPHPLAY_PLAYHANDLE* b = nullptr;
-  ASSERT_EQ(ZEPHPLAY_OpenPlayHandle(&a), 0);
-  ASSERT_EQ(ZEPHPLAY_OpenPlayHandle(&b), 0);
-  EXPECT_NE(a, b);
-  EXPECT_EQ(ZEPHPLAY_ClosePlayHandle(a), 0);
-  EXPECT_EQ(ZEPHPLAY_ClosePlayHandle(b), 0);
-}

@@ -89,21 +89,6 @@ TEST(FrameQueue, SpanIsNewestMinusOldestStampInMs) {
   EXPECT_EQ(span, 0xFFFFFFFFu);
 }
 
-TEST(FrameQueue, ClearFrameConsumesThroughTheFirstLaterFrame) {
-  CFrameQueue q;
-  ASSERT_EQ(q.Init(8, 256), 1);
-  for (uint64_t s : {100u, 200u, 300u, 400u}) {
-    ASSERT_EQ(Push(q, 1, s, Bytes(8, static_cast<uint8_t>(s))), 1);
-  }
-  q.ClearFrame(200);
-  uint64_t head = 0;
-  ASSERT_EQ(q.PeekStamp(&head), 1);
-  EXPECT_EQ(head, 400u);
-  q.ClearFrame(1000);
-  EXPECT_EQ(q.GetFrameNum(), 0);
-  EXPECT_EQ(q.FreeBytes(), 256u);
-}
-
 TEST(FrameQueue, ResizeKeepsFramesAndRefusesToShrinkBelowUse) {
   CFrameQueue q;
   ASSERT_EQ(q.Init(4, 100), 1);

@@ -12,18 +12,6 @@ TEST(LibraryConfig, TheFileIsNamedAfterTheLibrary) {
   EXPECT_EQ(CLibraryConfig("/opt/x/libzephplay.so", "").LibraryIniPath(), "/opt/x/libzephplay.ini");
 }
 
-TEST(LibraryConfig, KeysHaveTheirDefaultsWithoutAFile) {
-  TempDir dir;
-  CLibraryConfig config((dir.path() / "libzephplay.so").string(), "/usr/bin/host");
-  EXPECT_EQ(config.FixedDecoderH264(), -1);
-  EXPECT_EQ(config.DefaultAudioCoder(), 1);
-  EXPECT_EQ(config.VideoMinDelay(), 2000);
-  EXPECT_EQ(config.VideoMaxDelay(), 6000);
-  EXPECT_EQ(config.VideoDelayEnable(), 1);
-  EXPECT_EQ(config.WriteFile(), 0);
-  EXPECT_EQ(config.AppDirectory(), "/usr/bin/");
-}
-
 TEST(LibraryConfig, AppPathIniMovesTheApplicationDirectoryOnceAndForAll) {
   TempDir lib;
   lib.File("AppPath.INI", "[APPPATH]\nSRC_TYPE=1\nAPPEND=../app/./conf\n");

@@ -1,18 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "TempDir.h"
 #include "common/CLogFile2.h"
+#include "support/Deadline.h"
 
 using zp::CLogFile2;
-
-static std::string ReadAll(const std::string& path) {
-  std::ifstream in(path);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
+using zp::test::ReadText;
 
 TEST(LogFile, WritesLinesAtOrAboveTheThresholdWithTheirLevel) {
   TempDir dir;
@@ -27,7 +22,7 @@ TEST(LogFile, WritesLinesAtOrAboveTheThresholdWithTheirLevel) {
   log.WriteStrInfoEx(2, "%s after close", "Late");
 
   EXPECT_EQ(log.FilePath(), (dir.path() / "logs" / "libzephplay.log").string());
-  const std::string text = ReadAll(log.FilePath());
+  const std::string text = ReadText(log.FilePath());
   EXPECT_EQ(text.find("hidden"), std::string::npos);
   EXPECT_NE(text.find("[info] [") , std::string::npos);
   EXPECT_NE(text.find("ZEPHPLAY_Test SUC"), std::string::npos);
@@ -46,6 +41,6 @@ TEST(LogFile, AnUnwritableDirectoryLeavesTheLogSilent) {
   log.SetLogName("libzephplay");
   EXPECT_NO_THROW(log.WriteStrInfoEx(2, "%s nowhere to go", "Test"));
   EXPECT_NO_THROW(log.WriteHex(2, "t", "abc", 3));
-  EXPECT_EQ(ReadAll(blocker), "x");
+  EXPECT_EQ(ReadText(blocker), "x");
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
 }

@@ -30,22 +30,19 @@ TEST(PlayHandle, LookupsFollowTheKind) {
   EXPECT_EQ(LookupAnyPlayer(h), nullptr);
   EXPECT_EQ(LookupFilePlayer(h), nullptr);
   EXPECT_EQ(LookupStreamPlayer(h), nullptr);
-  PlayHandle* fresh = nullptr;
-  ASSERT_EQ(OpenPlayHandle(&fresh), 0);
-  EXPECT_EQ(ClosePlayHandle(fresh), 0);
 
   int destroyed = 0;
   h->pPlayer = new CountingPlayer(&destroyed);
-  EXPECT_EQ(LookupAnyPlayer(h), h->pPlayer);
-  EXPECT_EQ(LookupFilePlayer(h), h->pPlayer);
-  EXPECT_EQ(LookupStreamPlayer(h), nullptr);
-  h->nKind = kPlayerKindStream;
-  EXPECT_EQ(LookupFilePlayer(h), nullptr);
-  EXPECT_EQ(LookupStreamPlayer(h), h->pPlayer);
-  h->nKind = 7;
-  EXPECT_EQ(LookupAnyPlayer(h), h->pPlayer);
-  EXPECT_EQ(LookupFilePlayer(h), nullptr);
-  EXPECT_EQ(LookupStreamPlayer(h), nullptr);
+  const struct {
+    uint32_t kind;
+    bool file, stream;
+  } kinds[] = {{kPlayerKindFile, true, false}, {kPlayerKindStream, false, true}, {7, false, false}};
+  for (const auto& k : kinds) {
+    h->nKind = k.kind;
+    EXPECT_EQ(LookupAnyPlayer(h), h->pPlayer) << k.kind;
+    EXPECT_EQ(LookupFilePlayer(h), k.file ? h->pPlayer : nullptr) << k.kind;
+    EXPECT_EQ(LookupStreamPlayer(h), k.stream ? h->pPlayer : nullptr) << k.kind;
+  }
 
   EXPECT_EQ(ClosePlayHandle(h), 0);
   EXPECT_EQ(destroyed, 1);

@@ -8,11 +8,11 @@
 #include <cmath>
 #include <condition_variable>
 #include <filesystem>
-#include <fstream>
 #include <mutex>
 #include <utility>
 
 #include "audio/DiskAudio.h"
+#include "common/TempDir.h"
 #include "support/Deadline.h"
 #include "zephplay.h"
 
@@ -40,13 +40,14 @@ std::vector<std::vector<uint8_t>> AacFrames(uint32_t coder, size_t count) {
   return frames;
 }
 
+// The frames back to back in a file of the test program's scratch directory.
 std::string WriteFile(const std::string& name, const std::vector<std::vector<uint8_t>>& frames) {
-  const std::string path = (std::filesystem::temp_directory_path() / (name + std::to_string(getpid()))).string();
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  static const TempDir dir;
+  std::string bytes;
   for (const auto& frame : frames) {
-    out.write(reinterpret_cast<const char*>(frame.data()), static_cast<std::streamsize>(frame.size()));
+    bytes.append(frame.begin(), frame.end());
   }
-  return path;
+  return dir.File(name, bytes);
 }
 
 using Message = std::pair<int32_t, uint32_t>;  // code, seconds
@@ -101,7 +102,7 @@ TEST(AudioFilePlayer, PlaysToTheEndWithProgress) {
   for (const Case& c : {Case{25, 21}, Case{12, 128}}) {
     SCOPED_TRACE(c.coder);
     const size_t frames = c.coder == 25 ? 150 : 20;
-    const std::string path = WriteFile("zp-afp-", AacFrames(c.coder, frames));
+    const std::string path = WriteFile("afp" + std::to_string(c.coder), AacFrames(c.coder, frames));
     Player player;
     ASSERT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), path.c_str()), 0);
     EXPECT_EQ(player.Total(), frames * c.frameMs);
@@ -119,7 +120,6 @@ TEST(AudioFilePlayer, PlaysToTheEndWithProgress) {
     EXPECT_EQ(player.Messages(), expected);
     ASSERT_EQ(ZEPHPLAY_AFPStopPlay(player.handle()), 0);
     EXPECT_EQ(player.Played(), player.Total());  // the position outlives stop
-    std::filesystem::remove(path);
   }
   // The tone was heard, not only silence.
   const std::vector<int16_t> played = disk.Samples();
@@ -153,7 +153,7 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
     if (c.readOnly && geteuid() == 0) {
       continue;  // root opens anything for writing
     }
-    const std::string path = WriteFile(std::string("zp-afp-") + c.name, c.content);
+    const std::string path = WriteFile(c.name, c.content);
     if (c.size != 0) {
       std::filesystem::resize_file(path, c.size);
     }
@@ -163,7 +163,6 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
     Player player;
     EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), path.c_str()), c.result);
     EXPECT_EQ(player.Total(), c.total);
-    std::filesystem::remove(path);
   }
   Player player;
   EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), "/nonexistent/zp.aac"), 1);
@@ -174,7 +173,7 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
 
 TEST(AudioFilePlayer, PauseHoldsThePositionAndWidePathsPlay) {
   DiskAudio disk(20);
-  const std::string path = WriteFile("zp-afp-pause-", AacFrames(12, 40));
+  const std::string path = WriteFile("pause", AacFrames(12, 40));
   Player player;
   const std::wstring wide(path.begin(), path.end());
   ASSERT_EQ(ZEPHPLAY_AFPStartPlayW(player.handle(), wide.c_str()), 0);
@@ -188,7 +187,6 @@ TEST(AudioFilePlayer, PauseHoldsThePositionAndWidePathsPlay) {
   ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle(), 0), 0);
   EXPECT_TRUE(player.WaitForEnd());
   EXPECT_EQ(player.Played(), player.Total());
-  std::filesystem::remove(path);
 }
 
 }  // namespace

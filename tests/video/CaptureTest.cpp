@@ -4,6 +4,7 @@
 
 #include "SampleEncoder.h"
 #include "VideoTestSupport.h"
+#include "common/TempDir.h"
 #include "video/CVDECH264.h"
 #include "video/Hi264Dec.h"
 #include "video/PictureCapture.h"
@@ -11,8 +12,6 @@
 
 namespace zp {
 namespace {
-
-using videotest::TestPath;
 
 // A decoded picture from a real stream: odd strides and all.
 class Captures : public ::testing::Test {
@@ -25,20 +24,12 @@ class Captures : public ::testing::Test {
                                      static_cast<uint32_t>(frames[0].data.size()), 40000), 1);
     ASSERT_TRUE(decoder.GetPicture(&picture));
   }
-  void TearDown() override {
-    for (const auto& f : files) {
-      std::filesystem::remove(f);
-    }
-  }
-  std::string File(const std::string& name) {
-    files.push_back(TestPath(name));
-    return files.back();
-  }
+  std::string File(const std::string& name) const { return (dir.path() / name).string(); }
 
+  TempDir dir;
   std::vector<samples::EncodedFrame> frames;
   CVDECH264 decoder{false, nullptr};
   PictureInfo picture;
-  std::vector<std::string> files;
 };
 
 TEST_F(Captures, BmpReadBackEqualsTheReferenceConversion) {

@@ -9,6 +9,7 @@
 #include "SampleEncoder.h"
 #include "VideoTestSupport.h"
 #include "common/CLibraryConfig.h"
+#include "common/TempDir.h"
 #include "video/CVDECH264.h"
 #include "video/CVDECHi265.h"
 #include "video/CVDECHis.h"
@@ -137,22 +138,17 @@ INSTANTIATE_TEST_SUITE_P(Streams, H264DecoderMatches,
                                   (info.param.bFrames ? "_BFrames" : "_NoBFrames");
                          });
 
-TEST(HisiDecoders, GiveTheSamePicturesAsCVDECH264) {
+TEST(HisiDecoders, GiveLibavcodecsPictures) {
   const auto h264 = Encode(VideoCodec::H264, 352, 288, 30, false);
   const auto hevc = Encode(VideoCodec::H265, 352, 288, 30, false);
-
-  CVDECH264 refH264(false, nullptr), refHevc(true, nullptr);
-  Collector a, b;
-  a.Run(&refH264, h264);
-  b.Run(&refHevc, hevc);
 
   CVDECHis his;
   EXPECT_EQ(his.InitDecoder(0), 1u);
   Collector hisCol;
   hisCol.Run(&his, h264);
   EXPECT_EQ(hisCol.mismatches, 0);
-  EXPECT_EQ(hisCol.pictures.size(), 30u);  // without reordering every frame gives its picture
-  ExpectPrefixOf(a.pictures, hisCol.pictures, 0);
+  // Without reordering every frame gives its picture.
+  ExpectPrefixOf(hisCol.pictures, videotest::ReferenceDecode(h264, false), 0);
   // With B-frames Hi264 drains every picture it holds back.
   const auto reordered = Encode(VideoCodec::H264, 352, 288, 30, true);
   CVDECHis hisB;
@@ -166,11 +162,7 @@ TEST(HisiDecoders, GiveTheSamePicturesAsCVDECH264) {
   Collector hiCol;
   hiCol.Run(&hi265, hevc);
   EXPECT_EQ(hiCol.mismatches, 0);
-  EXPECT_GE(hiCol.pictures.size(), 29u);
-  const size_t n = std::min(hiCol.pictures.size(), b.pictures.size());
-  for (size_t i = 0; i < n; ++i) {
-    ASSERT_TRUE(hiCol.pictures[i] == b.pictures[i]) << "HEVC picture " << i;
-  }
+  ExpectPrefixOf(hiCol.pictures, videotest::ReferenceDecode(hevc, true), 1);
 }
 
 TEST(HisiDecoders, MacroblockLimitsFollowThePictureClass) {
@@ -235,9 +227,8 @@ TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
   ASSERT_FALSE(std::filesystem::exists(ini)) << ini << " is in the way";
   std::ofstream(ini) << "[CONFIG]\nWriteFile=1\n";
   const std::string oldTmp = std::getenv("TMPDIR") != nullptr ? std::getenv("TMPDIR") : "";
-  const std::filesystem::path dir = videotest::TestPath("dump");
-  std::filesystem::create_directories(dir);
-  setenv("TMPDIR", dir.c_str(), 1);
+  const TempDir dir;
+  setenv("TMPDIR", dir.path().c_str(), 1);
 
   // Key frames at 0, 6 and 12: the size is known from the first picture on, so the dump opens
   // at frame 6 and takes every frame and picture from there.
@@ -251,7 +242,7 @@ TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
 
   std::vector<uint8_t> raw, yuv;
   int files = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(dir / "zephplay-dump")) {
+  for (const auto& entry : std::filesystem::directory_iterator(dir.path() / "zephplay-dump")) {
     const std::string name = entry.path().filename().string();
     ++files;
     if (name.starts_with("264_") && name.ends_with(".264")) {
@@ -260,7 +251,6 @@ TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
       yuv = test::ReadBytes(entry.path());
     }
   }
-  std::filesystem::remove_all(dir);
   EXPECT_EQ(files, 2);
   std::vector<uint8_t> expectedRaw, expectedYuv;
   for (size_t i = 6; i < frames.size(); ++i) {

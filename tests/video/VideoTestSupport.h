@@ -114,7 +114,7 @@ inline BmpImage ReadBmp(const std::string& path) {
 }
 
 struct JpegImage {
-  int width = 0, height = 0, components = 0;
+  int width = 0, height = 0;
   int hSamp[3] = {0, 0, 0}, vSamp[3] = {0, 0, 0};
   std::string comment;
   std::vector<uint8_t> rgb;
@@ -146,7 +146,6 @@ inline JpegImage ReadJpeg(const std::string& path) {
   jpeg_start_decompress(&cinfo);
   img.width = static_cast<int>(cinfo.output_width);
   img.height = static_cast<int>(cinfo.output_height);
-  img.components = cinfo.output_components;
   img.rgb.resize(static_cast<size_t>(img.width) * img.height * 3);
   while (cinfo.output_scanline < cinfo.output_height) {
     JSAMPROW row = &img.rgb[static_cast<size_t>(cinfo.output_scanline) * img.width * 3];
