@@ -160,6 +160,23 @@ void BM_BareDecode1080p(benchmark::State& state) {
 }
 BENCHMARK(BM_BareDecode1080p)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
+// The same bare loop sending a packet every 40 ms, as the playback below decodes: what pacing
+// alone costs the decoder (cold caches after each sleep). Counter: process CPU (cpu_ms).
+void BM_BarePaced1080p25(benchmark::State& state) {
+  const auto& gop = zp::bench::Gop1080p();
+  for (auto _ : state) {
+    const double cpu0 = ProcessCpuSeconds();
+    const double wall0 = WallSeconds();
+    const int pictures = zp::bench::BareDecode(gop, kThroughputRepeat, 40000);
+    state.SetIterationTime(WallSeconds() - wall0);
+    state.counters["cpu_ms"] = (ProcessCpuSeconds() - cpu0) * 1e3;
+    if (pictures != zp::bench::kGopFrames * kThroughputRepeat) {
+      state.SkipWithError("bare decode lost pictures");
+    }
+  }
+}
+BENCHMARK(BM_BarePaced1080p25)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+
 // Opens path, plays it until the first picture is shown, and pauses.
 bool OpenPaused(PlayerProbe* probe, const std::string& path) {
   return probe->Open(path) && ZEPHPLAY_Play(probe->Handle()) == 0 && probe->WaitDisplayed(1, kDeadlineSeconds) &&

@@ -1,9 +1,11 @@
 #include "Recordings.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
+#include <thread>
 #include <utility>
 
 extern "C" {
@@ -114,7 +116,7 @@ std::vector<uint64_t> Stamps1080p(int repeat, int stampDivisor) {
   return stamps;
 }
 
-int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat) {
+int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uint64_t intervalUs) {
   const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
   AVCodecContext* ctx = avcodec_alloc_context3(codec);
   AVPacket* pkt = av_packet_alloc();
@@ -126,9 +128,12 @@ int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat) {
       av_frame_unref(frame);
     }
   };
+  const auto start = std::chrono::steady_clock::now();
+  uint64_t sent = 0;
   if (avcodec_open2(ctx, codec, nullptr) == 0) {
     for (int pass = 0; pass < repeat; ++pass) {
       for (const auto& f : frames) {
+        std::this_thread::sleep_until(start + std::chrono::microseconds(intervalUs * sent++));
         pkt->data = const_cast<uint8_t*>(f.data.data());
         pkt->size = static_cast<int>(f.data.size());
         pkt->pts = static_cast<int64_t>(f.stampUs + static_cast<uint64_t>(pass) * kGopUs);

@@ -34,7 +34,8 @@ std::vector<uint64_t> Stamps1080p(int repeat, int stampDivisor);
 
 // Opens libavcodec's H.264 decoder with its default settings (those the player gives it),
 // sends the group `repeat` times over, one packet after another, takes every picture ready,
-// flushes at the end and closes. Returns the pictures received.
-int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat);
+// flushes at the end and closes. Returns the pictures received. With intervalUs, the k-th
+// packet is sent k intervals after the first (a sleep in between), as a paced player would.
+int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uint64_t intervalUs = 0);
 
 }  // namespace zp::bench
