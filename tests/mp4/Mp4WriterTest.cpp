@@ -40,6 +40,7 @@ struct Mp4Read {
   std::string creationTime;
   std::vector<test::Picture> pictures;
   std::vector<int16_t> sound;  // mono
+  int64_t soundBytes = 0;
   std::vector<int64_t> videoPtsUs;  // from the first packet's
 };
 
@@ -86,6 +87,7 @@ Mp4Read ReadMp4(const std::string& path) {
       r.durationUs = av_rescale_q(pkt->pts + pkt->duration - first, st->time_base, AVRational{1, 1000000});
       r.videoPtsUs.push_back(av_rescale_q(pkt->pts - first, st->time_base, AVRational{1, 1000000}));
     }
+    r.soundBytes += st->codecpar->codec_type == AVMEDIA_TYPE_AUDIO ? pkt->size : 0;
     avcodec_send_packet(ctx[pkt->stream_index], pkt);
     drain(ctx[pkt->stream_index]);
     av_packet_unref(pkt);
@@ -169,14 +171,15 @@ TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
 }
 
 // Sound from the source's coder type comes back as mono AAC at the source's AAC rate (8000 Hz
-// otherwise), close to the source sound to its end; the encoder's priming delay is found, not
+// otherwise), at about two bits a sample, close to the source sound to its end (at least 28 dB
+// SNR from G.711, 22 dB from AAC, which loses twice); the encoder's priming delay is found, not
 // assumed.
 TEST(Mp4Writer, ReencodesSoundToAac) {
   struct Case {
     samples::AudioCodec codec;
     int rate, frames;
     double minSnrDb;
-  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 22.0}, {samples::AudioCodec::AacAdts, 16000, 24, 17.0}};
+  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 28.0}, {samples::AudioCodec::AacAdts, 16000, 24, 22.0}};
   CRecAudioTranscoder::Register();
   const std::vector<EncodedFrame> video = Encode(VideoCodec::H264, 176, 144, 38, 50);
   TempDir dir;
@@ -209,6 +212,8 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
       best = std::max(best, test::SnrDb(source.data(), r.sound.data() + lag, n));
     }
     EXPECT_GT(best, c.minSnrDb) << c.rate;
+    const double bitsPerSample = r.soundBytes * 8.0 / static_cast<double>(r.sound.size());
+    EXPECT_NEAR(bitsPerSample, 2.0, 0.3) << c.rate;
   }
 }
 
