@@ -172,7 +172,9 @@ typedef struct ZEPHPLAY_RECORD_INFO {
 /**
  * Starts a new recording at path (replacing any file there) and stores the writer in *writer.
  * A path ending in ".mp4" (any case) records a fragmented MP4 file instead: the video as
- * received, the sound re-encoded to AAC, readable up to its last key frame if never closed.
+ * received, the sound re-encoded to mono AAC-LC at its own rate (8000 Hz for sound that is not
+ * AAC) and two bits a sample (16 kbit/s at 8000 Hz, at most 64 kbit/s), readable up to its last
+ * key frame if never closed.
  * Returns 0; -1 when writer or path is NULL or the file cannot be created. *writer is untouched
  * on failure.
  */

@@ -12,6 +12,12 @@ class CAENC {
   // What an encoder may write beyond its input's length: one AAC output buffer.
   static constexpr uint32_t kOutputSlack = 768;
 
+  // An owner's choices, set before InitEncoder. The defaults are talk-back's; only AAC reads them.
+  struct Tuning {
+    uint32_t bitRate = 0;  // bits a second; 0: the codec's own default
+    bool fastSearch = false;  // a quicker quantiser search, for encoding far faster than real time
+  };
+
   explicit CAENC(uint32_t nCoderType);
   virtual ~CAENC();
   CAENC(const CAENC&) = delete;
@@ -34,6 +40,7 @@ class CAENC {
 
   uint32_t CoderType() const { return m_nCoderType; }
   void SetRawOutput(uint8_t raw) { m_bRawOutput = raw; }
+  void SetTuning(const Tuning& tuning) { m_Tuning = tuning; }
 
  protected:
   // Re-allocates the accumulation buffer to size bytes, zeroed and empty; false without memory.
@@ -45,6 +52,7 @@ class CAENC {
   std::unique_ptr<uint8_t[]> m_pBuffer;
   uint32_t m_nHeld = 0;
   uint8_t m_bRawOutput = 0;
+  Tuning m_Tuning;
 };
 
 }  // namespace zp

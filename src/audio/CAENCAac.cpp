@@ -54,8 +54,9 @@ bool CAENCAac::OpenCodec(uint32_t rate) {
     LogInfo("%s Unable to set the channel mode", kInit);
     return false;
   }
-  // The bit rate stays the encoder's own default. A rate without an index (40000) is refused.
-  if (avcodec_open2(m_hEncoder, codec, nullptr) < 0) {
+  // Without a tuning the bit rate stays the encoder's own default. A rate without an index
+  // (40000) is refused.
+  if (!OpenTuned(codec)) {
     LogInfo("%s Unable to initialize the encoder", kInit);
     return false;
   }
@@ -72,6 +73,21 @@ bool CAENCAac::OpenCodec(uint32_t rate) {
     return false;
   }
   return true;
+}
+
+bool CAENCAac::OpenTuned(const AVCodec* codec) {
+  if (m_Tuning.bitRate != 0) {
+    m_hEncoder->bit_rate = m_Tuning.bitRate;
+  }
+  AVDictionary* options = nullptr;
+  if (m_Tuning.fastSearch) {
+    // The default search tries quantisers over and over for every frame; this one takes them
+    // from the psychoacoustic thresholds in one pass.
+    av_dict_set(&options, "aac_coder", "fast", 0);
+  }
+  const int opened = avcodec_open2(m_hEncoder, codec, &options);
+  av_dict_free(&options);
+  return opened >= 0;
 }
 
 int CAENCAac::InitEncoder() {

@@ -1,6 +1,7 @@
 #pragma once
 #include "audio/CAENC.h"
 
+struct AVCodec;
 struct AVCodecContext;
 struct AVFrame;
 struct AVPacket;
@@ -25,6 +26,8 @@ class CAENCAac : public CAENC {
  private:
   void Release();
   bool OpenCodec(uint32_t rate);
+  // Opens the codec with the owner's tuning.
+  bool OpenTuned(const AVCodec* codec);
   // Encodes the full accumulation buffer and appends what comes out at out.
   void EncAac(uint8_t* out, uint32_t* outLen);
   // Appends the encoder's next unit at out; false when it has none ready.

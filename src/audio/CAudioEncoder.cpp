@@ -11,7 +11,7 @@ namespace zp {
 
 CAudioEncoder::~CAudioEncoder() { delete m_pEncoder; }
 
-bool CAudioEncoder::Open(uint32_t nCoderType, uint8_t raw) {
+bool CAudioEncoder::Open(uint32_t nCoderType, uint8_t raw, const CAENC::Tuning& tuning) {
   if (m_pEncoder != nullptr) {
     return false;
   }
@@ -21,6 +21,7 @@ bool CAudioEncoder::Open(uint32_t nCoderType, uint8_t raw) {
     return false;
   }
   m_pEncoder->SetRawOutput(raw);
+  m_pEncoder->SetTuning(tuning);
   m_bAacFraming = (raw != 0 || CADEC::AacRateOfCoder(nCoderType) != 0) ? 1 : 0;
   if (m_pEncoder->InitEncoder() == 0) {
     delete m_pEncoder;

@@ -20,8 +20,9 @@ class CAudioEncoder {
   CAudioEncoder& operator=(const CAudioEncoder&) = delete;
 
   // Makes the encoder for a coder type; raw set asks AAC for output without ADTS headers.
-  // False when an encoder exists already or the new one does not initialise.
-  bool Open(uint32_t nCoderType, uint8_t raw);
+  // tuning is handed to the encoder before it initialises. False when an encoder exists
+  // already or the new one does not initialise.
+  bool Open(uint32_t nCoderType, uint8_t raw, const CAENC::Tuning& tuning = {});
   // Writes the 512-byte audio head; *outLen receives 512.
   void Head(uint8_t* out, uint32_t* outLen) const;
   // Encodes every whole piece of pcm into a frame at out (room for OutputSize(len) bytes);

@@ -31,57 +31,36 @@ constexpr uint32_t kMaxPacket = INT32_MAX - AV_INPUT_BUFFER_PADDING_SIZE;
 constexpr const char* kMovFlags = "frag_keyframe+empty_moov+default_base_moof";
 constexpr uint8_t kStartCode[4] = {0, 0, 0, 1};
 
-uint32_t FindStartCode(const uint8_t* p, uint32_t n, uint32_t from) {
-  for (uint32_t i = from; i + 3 <= n; ++i) {
-    if (p[i] == 0 && p[i + 1] == 0 && p[i + 2] == 1) {
-      return i;
-    }
-  }
-  return n;
-}
+constexpr int kH264Sps = 7;
+constexpr int kHevcSps = 33;
+// Of a key frame's first picture unit, the parser reads no more than its slice header.
+constexpr uint32_t kSliceHeadBytes = 1024;
 
-// Calls fn(nal, size) for every NAL unit of an Annex B access unit.
-template <class Fn>
-void ForEachNal(const uint8_t* p, uint32_t n, Fn fn) {
-  uint32_t code = FindStartCode(p, n, 0);
-  while (code < n) {
-    const uint32_t start = code + 3;
-    const uint32_t next = FindStartCode(p, n, start);
-    uint32_t end = next;
-    // Parameter sets end in a stop bit, so trailing zeros belong to the next start code.
-    while (end > start && p[end - 1] == 0) {
-      --end;
-    }
-    if (end > start) {
-      fn(p + start, end - start);
-    }
-    code = next;
-  }
-}
-
-bool IsHevcParamSet(const uint8_t* nal, uint32_t size) {
-  const int type = (nal[0] >> 1) & 0x3F;
-  return size >= 2 && (nal[0] & 0x81) == 0 && nal[1] == 1 && type >= 32 && type <= 34;
-}
-
-bool IsH264ParamSet(const uint8_t* nal, uint32_t /*size*/) {
-  const int type = nal[0] & 0x9F;
-  return type == 7 || type == 8;
-}
-
-// The codec whose sequence parameter set the access unit carries: HEVC (type 33 with a
-// two-byte header) is tested first, its header bytes being the more specific.
-AVCodecID DetectCodec(const uint8_t* data, uint32_t length) {
-  bool hevc = false;
+// The codec whose sequence parameter set the access unit carries: HEVC (type 33, temporal id 0)
+// is tested first, its header bytes being the more specific.
+AVCodecID DetectCodec(const CNalUnits& units) {
   bool h264 = false;
-  ForEachNal(data, length, [&](const uint8_t* nal, uint32_t size) {
-    hevc = hevc || (IsHevcParamSet(nal, size) && ((nal[0] >> 1) & 0x3F) == 33);
-    h264 = h264 || (nal[0] & 0x9F) == 7;
-  });
-  if (hevc) {
-    return AV_CODEC_ID_HEVC;
+  for (size_t i = 0; i < units.Count(); ++i) {
+    if (units.Type(i, true) == kHevcSps && units.Unit(i)[1] == 1) {
+      return AV_CODEC_ID_HEVC;
+    }
+    h264 = h264 || units.Type(i, false) == kH264Sps;
   }
   return h264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_NONE;
+}
+
+bool IsPicture(const CNalUnits& units, size_t i, bool hevc) {
+  const int type = units.Type(i, hevc);
+  return hevc ? type >= 0 && type <= 31 : type >= 1 && type <= 5;
+}
+
+// The index of the first unit that holds picture data: the parameter sets come before it.
+size_t FirstPicture(const CNalUnits& units, bool hevc) {
+  size_t i = 0;
+  while (i < units.Count() && !IsPicture(units, i, hevc)) {
+    ++i;
+  }
+  return i;
 }
 
 constexpr int kAacFrameSamples = 1024;
@@ -198,7 +177,12 @@ int CRecWriterMp4::WriteVideo(const uint8_t* data, uint32_t length, bool key, ui
   if (!m_bStarted && !key) {
     return 0;
   }
-  if (key && !AcceptKeyFrame(data, length)) {
+  // The muxer gets the units length-prefixed, as MP4 holds them, and copies them as they are.
+  if (!m_Units.Convert(data, length) || m_Units.Size() > kMaxPacket) {
+    LogError("%s video frame without NAL units, or too large, left out", "CRecWriterMp4::WriteFrame");
+    return m_bStarted ? -1 : 0;
+  }
+  if (key && !AcceptKeyFrame()) {
     return m_bStarted ? -1 : 0;
   }
   if (!m_bFirstStamp) {
@@ -210,7 +194,8 @@ int CRecWriterMp4::WriteVideo(const uint8_t* data, uint32_t length, bool key, ui
              static_cast<unsigned long long>(stamp));
     return -1;
   }
-  return PassVideo(data, length, key, av_rescale(static_cast<int64_t>(stamp - m_u64FirstStamp), kTimeScale, 1000000));
+  const int64_t pts = av_rescale(static_cast<int64_t>(stamp - m_u64FirstStamp), kTimeScale, 1000000);
+  return PassVideo(m_Units.Data(), m_Units.Size(), key, pts);
 }
 
 int CRecWriterMp4::PassVideo(const uint8_t* data, uint32_t length, bool key, int64_t pts) {
@@ -340,9 +325,9 @@ int CRecWriterMp4::WritePacket(AVStream* stream, const uint8_t* data, uint32_t l
   return 0;
 }
 
-bool CRecWriterMp4::AcceptKeyFrame(const uint8_t* data, uint32_t length) {
+bool CRecWriterMp4::AcceptKeyFrame() {
   VideoHead head;
-  if (!ReadVideoHead(data, length, &head)) {
+  if (!ReadVideoHead(&head)) {
     if (!m_bStarted) {
       LogError("%s key frame without readable parameter sets left out", "CRecWriterMp4::WriteFrame");
     }
@@ -351,7 +336,7 @@ bool CRecWriterMp4::AcceptKeyFrame(const uint8_t* data, uint32_t length) {
   }
   if (!m_bStarted) {
     // A muxer that failed to start keeps its half-made tracks: nothing more goes in.
-    m_bRefused = !StartMuxer(data, length, head);
+    m_bRefused = !StartMuxer(head);
     return !m_bRefused;
   }
   if (head.nCodecId != m_VideoHead.nCodecId || head.nWidth != m_VideoHead.nWidth ||
@@ -365,8 +350,8 @@ bool CRecWriterMp4::AcceptKeyFrame(const uint8_t* data, uint32_t length) {
   return true;
 }
 
-bool CRecWriterMp4::ReadVideoHead(const uint8_t* data, uint32_t length, VideoHead* head) {
-  const AVCodecID codec = DetectCodec(data, length);
+bool CRecWriterMp4::ReadVideoHead(VideoHead* head) {
+  const AVCodecID codec = DetectCodec(m_Units);
   if (codec == AV_CODEC_ID_NONE) {
     return false;
   }
@@ -374,53 +359,61 @@ bool CRecWriterMp4::ReadVideoHead(const uint8_t* data, uint32_t length, VideoHea
   if (m_bStarted && m_VideoHead.nCodecId != codec) {
     return true;  // another codec: refused whatever its size
   }
-  if (!m_bStarted) {
-    // Until the track starts, each key frame is read afresh, whatever codec came before.
-    av_parser_close(m_pParser);
-    avcodec_free_context(&m_pParseCodec);
-    m_pParser = av_parser_init(codec);
-    m_pParseCodec = avcodec_alloc_context3(nullptr);
-    if (m_pParser == nullptr || m_pParseCodec == nullptr) {
-      return false;
-    }
-    // Each call is one whole access unit: parse it now rather than wait for the next.
-    m_pParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+  const bool hevc = codec == AV_CODEC_ID_HEVC;
+  if (!m_bStarted && (!OpenParser(codec) || !m_Config.Make(hevc, m_Units, FirstPicture(m_Units, hevc)))) {
+    return false;
   }
-  if (m_KeyCopy.size() < length + AV_INPUT_BUFFER_PADDING_SIZE) {
-    m_KeyCopy.resize(length + AV_INPUT_BUFFER_PADDING_SIZE);
-  }
-  std::memcpy(m_KeyCopy.data(), data, length);
-  std::memset(m_KeyCopy.data() + length, 0, AV_INPUT_BUFFER_PADDING_SIZE);
+  const int front = CopyFront(FirstPicture(m_Units, hevc));
   uint8_t* out = nullptr;
   int outSize = 0;
-  av_parser_parse2(m_pParser, m_pParseCodec, &out, &outSize, m_KeyCopy.data(), static_cast<int>(length),
-                   AV_NOPTS_VALUE, AV_NOPTS_VALUE, 0);
+  av_parser_parse2(m_pParser, m_pParseCodec, &out, &outSize, m_KeyFront.data(), front, AV_NOPTS_VALUE,
+                   AV_NOPTS_VALUE, 0);
   head->nWidth = m_pParser->width;
   head->nHeight = m_pParser->height;
   return head->nWidth > 0 && head->nHeight > 0;
 }
 
-bool CRecWriterMp4::StartMuxer(const uint8_t* data, uint32_t length, const VideoHead& head) {
-  // The parameter sets, in Annex B form, which the muxer turns into the sample description.
-  std::vector<uint8_t> extradata;
-  ForEachNal(data, length, [&](const uint8_t* nal, uint32_t size) {
-    const bool param = head.nCodecId == AV_CODEC_ID_HEVC ? IsHevcParamSet(nal, size) : IsH264ParamSet(nal, size);
-    if (param) {
-      extradata.insert(extradata.end(), kStartCode, kStartCode + sizeof kStartCode);
-      extradata.insert(extradata.end(), nal, nal + size);
-    }
-  });
+// Until the track starts, each key frame is read afresh, whatever codec came before.
+bool CRecWriterMp4::OpenParser(int codecId) {
+  av_parser_close(m_pParser);
+  avcodec_free_context(&m_pParseCodec);
+  m_pParser = av_parser_init(codecId);
+  m_pParseCodec = avcodec_alloc_context3(nullptr);
+  if (m_pParser == nullptr || m_pParseCodec == nullptr) {
+    return false;
+  }
+  // Each call is one whole access unit: parse it now rather than wait for the next.
+  m_pParser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+  return true;
+}
+
+// The parser needs the parameter sets and the first slice header, in Annex B form and followed
+// by the padding it reads past the end: the key frame's front is copied for it, not the frame.
+int CRecWriterMp4::CopyFront(size_t firstPicture) {
+  m_KeyFront.clear();
+  for (size_t i = 0; i <= firstPicture && i < m_Units.Count(); ++i) {
+    const uint32_t size = i == firstPicture ? std::min(m_Units.UnitSize(i), kSliceHeadBytes) : m_Units.UnitSize(i);
+    m_KeyFront.insert(m_KeyFront.end(), kStartCode, kStartCode + sizeof kStartCode);
+    m_KeyFront.insert(m_KeyFront.end(), m_Units.Unit(i), m_Units.Unit(i) + size);
+  }
+  const size_t length = m_KeyFront.size();
+  m_KeyFront.resize(length + AV_INPUT_BUFFER_PADDING_SIZE, 0);
+  return static_cast<int>(length);
+}
+
+bool CRecWriterMp4::StartMuxer(const VideoHead& head) {
+  const std::vector<uint8_t>& record = m_Config.Record();
   m_pVideo = avformat_new_stream(m_pFormat, nullptr);
   if (m_pVideo == nullptr) {
     return false;
   }
   AVCodecParameters* par = m_pVideo->codecpar;
-  par->extradata = static_cast<uint8_t*>(av_mallocz(extradata.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+  par->extradata = static_cast<uint8_t*>(av_mallocz(record.size() + AV_INPUT_BUFFER_PADDING_SIZE));
   if (par->extradata == nullptr) {
     return false;
   }
-  std::memcpy(par->extradata, extradata.data(), extradata.size());
-  par->extradata_size = static_cast<int>(extradata.size());
+  std::memcpy(par->extradata, record.data(), record.size());
+  par->extradata_size = static_cast<int>(record.size());
   par->codec_type = AVMEDIA_TYPE_VIDEO;
   par->codec_id = static_cast<AVCodecID>(head.nCodecId);
   par->width = head.nWidth;

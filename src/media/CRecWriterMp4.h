@@ -6,6 +6,8 @@
 #include <queue>
 #include <vector>
 
+#include "media/CDecoderConfig.h"
+#include "media/CNalUnits.h"
 #include "media/CRecWriter.h"
 #include "media/IAudioTranscoder.h"
 
@@ -18,8 +20,9 @@ struct AVStream;
 namespace zp {
 
 // The MP4 recording writer. Video (H.264 or HEVC access units in Annex B form, as received) is
-// stored without re-encoding; the codec and picture size come from the first key frame's
-// parameter sets, and frames before it are left out. The file is fragmented, a fragment per key
+// stored without re-encoding, its NAL units length-prefixed; the codec, picture size and the
+// sample description's decoder configuration come from the parameter sets at the front of the
+// first key frame, and frames before it are left out. The file is fragmented, a fragment per key
 // frame, and every packet is flushed, so a recorder killed mid-recording leaves a file that reads
 // up to its last closed fragment. A later key frame that changes the codec or the picture size is
 // refused, and so is the video after it: one track holds one codec and size.
@@ -46,8 +49,9 @@ class CRecWriterMp4 : public CRecWriter {
   // one) and its audio coder type as the sound's. Before the first key frame only: the MP4 head is written then. 0, -1 when not open,
   // the head short or already written.
   int SetFileHead(const uint8_t* head, uint32_t length) override;
-  // Video: 0 when stored, held or left out before the first key frame, -1 when refused (a held
-  // frame refused later counts against the call that releases it). Other kinds: 0.
+  // Video: 0 when stored, held or left out before the first key frame, -1 when refused (a frame
+  // without NAL units among them; a held frame refused later counts against the call that
+  // releases it). Other kinds: 0.
   // *payloadOffset receives 0 (samples are placed by the muxer), *nextOffset the bytes written.
   int WriteFrame(const uint8_t* data, uint32_t length, uint32_t tag, uint64_t stamp, uint32_t* payloadOffset,
                  uint32_t* nextOffset) override;
@@ -73,9 +77,13 @@ class CRecWriterMp4 : public CRecWriter {
 
   int OpenLocked(const char* path);
   void CloseLocked();
-  bool ReadVideoHead(const uint8_t* data, uint32_t length, VideoHead* head);
-  bool StartMuxer(const uint8_t* data, uint32_t length, const VideoHead& head);
-  bool AcceptKeyFrame(const uint8_t* data, uint32_t length);
+  // Of the access unit in m_Units.
+  bool ReadVideoHead(VideoHead* head);
+  bool OpenParser(int codecId);
+  // Copies units up to the first picture unit's slice header into m_KeyFront; the bytes copied.
+  int CopyFront(size_t firstPicture);
+  bool StartMuxer(const VideoHead& head);
+  bool AcceptKeyFrame();
   int WriteVideo(const uint8_t* data, uint32_t length, bool key, uint64_t stamp);
   // Writes a frame, holds it, or both (see the class comment); pts in the time scale.
   int PassVideo(const uint8_t* data, uint32_t length, bool key, int64_t pts);
@@ -116,7 +124,9 @@ class CRecWriterMp4 : public CRecWriter {
   std::priority_queue<int64_t, std::vector<int64_t>, std::greater<int64_t>> m_UnusedPts;
   uint8_t m_HeadStart[6] = {};
   bool m_bHeadStart = false;
-  std::vector<uint8_t> m_KeyCopy;  // a key frame with the padding the parser reads past its end
+  CNalUnits m_Units;  // the video frame being written
+  CDecoderConfig m_Config;
+  std::vector<uint8_t> m_KeyFront;
 };
 
 }  // namespace zp

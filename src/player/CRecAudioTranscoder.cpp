@@ -1,5 +1,6 @@
 #include "player/CRecAudioTranscoder.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -22,6 +23,19 @@ uint32_t AacCoderOfRate(uint32_t rate) {
   return kAac8000;
 }
 
+// About two bits a sample: what a mono channel at the source's rate can take (the encoder's
+// default, 128 kbit/s, is more than an 8000 Hz channel holds, and searching for it was the
+// slowest part of a recording's conversion). Capped where more would not be heard.
+constexpr uint32_t kBitsPerSample = 2;
+constexpr uint32_t kMaxBitRate = 64000;
+
+CAENC::Tuning TuningOfRate(uint32_t rate) {
+  CAENC::Tuning tuning;
+  tuning.bitRate = std::min(kBitsPerSample * rate, kMaxBitRate);
+  tuning.fastSearch = true;
+  return tuning;
+}
+
 IAudioTranscoder* MakeTranscoder() { return new (std::nothrow) CRecAudioTranscoder; }
 
 }  // namespace
@@ -42,7 +56,7 @@ bool CRecAudioTranscoder::Open(uint32_t nCoderType, uint32_t* sampleRate) {
     return false;
   }
   *sampleRate = m_Decoder.IsAac() ? m_Decoder.AacSampleRate() : 8000;
-  return m_Encoder.Open(AacCoderOfRate(*sampleRate), 1);
+  return m_Encoder.Open(AacCoderOfRate(*sampleRate), 1, TuningOfRate(*sampleRate));
 }
 
 bool CRecAudioTranscoder::Decode(const uint8_t* data, uint32_t length) {

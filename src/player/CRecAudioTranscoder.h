@@ -10,7 +10,8 @@ namespace zp {
 
 // The MP4 writer's sound: the library's audio decoder for the source's coder type, then the
 // AAC encoder (coder type 12 family, raw output) at the source's rate when that is an AAC rate,
-// else at 8000 Hz. Stereo sound is mixed to mono, which the encoder takes.
+// else at 8000 Hz, at two bits a sample (16 kbit/s at 8000 Hz, at most 64 kbit/s) with the
+// encoder's quick quantiser search. Stereo sound is mixed to mono, which the encoder takes.
 class CRecAudioTranscoder : public IAudioTranscoder {
  public:
   CRecAudioTranscoder();

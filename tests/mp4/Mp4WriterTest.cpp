@@ -12,6 +12,7 @@
 
 extern "C" {
 #include <libavcodec/avcodec.h>
+#include <libavcodec/bsf.h>
 #include <libavformat/avformat.h>
 }
 
@@ -38,8 +39,10 @@ struct Mp4Read {
   int width = 0, height = 0, packets = 0, sampleRate = 0;
   int64_t durationUs = 0;
   std::string creationTime;
+  std::vector<uint8_t> record;  // the video's decoder configuration
   std::vector<test::Picture> pictures;
   std::vector<int16_t> sound;  // mono
+  int64_t soundBytes = 0;
   std::vector<int64_t> videoPtsUs;  // from the first packet's
 };
 
@@ -57,6 +60,9 @@ Mp4Read ReadMp4(const std::string& path) {
   for (unsigned i = 0; i < fmt->nb_streams; ++i) {
     const AVCodecParameters* par = fmt->streams[i]->codecpar;
     (par->codec_type == AVMEDIA_TYPE_VIDEO ? r.codec : r.soundCodec) = par->codec_id;
+    if (par->codec_type == AVMEDIA_TYPE_VIDEO) {
+      r.record.assign(par->extradata, par->extradata + par->extradata_size);
+    }
     r.width = std::max(r.width, par->width), r.height = std::max(r.height, par->height);
     r.sampleRate = std::max(r.sampleRate, par->sample_rate);
     ctx[i] = avcodec_alloc_context3(avcodec_find_decoder(par->codec_id));
@@ -86,6 +92,7 @@ Mp4Read ReadMp4(const std::string& path) {
       r.durationUs = av_rescale_q(pkt->pts + pkt->duration - first, st->time_base, AVRational{1, 1000000});
       r.videoPtsUs.push_back(av_rescale_q(pkt->pts - first, st->time_base, AVRational{1, 1000000}));
     }
+    r.soundBytes += st->codecpar->codec_type == AVMEDIA_TYPE_AUDIO ? pkt->size : 0;
     avcodec_send_packet(ctx[pkt->stream_index], pkt);
     drain(ctx[pkt->stream_index]);
     av_packet_unref(pkt);
@@ -99,6 +106,41 @@ Mp4Read ReadMp4(const std::string& path) {
   av_packet_free(&pkt);
   avformat_close_input(&fmt);
   return r;
+}
+
+// The decoder configuration libavformat's muxer makes itself from the parameter sets of a key
+// frame (which libavcodec's extract_extradata filter takes out of it).
+std::vector<uint8_t> LibavformatRecord(AVCodecID id, const EncodedFrame& key, const std::string& path) {
+  AVBSFContext* bsf = nullptr;
+  av_bsf_alloc(av_bsf_get_by_name("extract_extradata"), &bsf);
+  bsf->par_in->codec_id = id;
+  av_bsf_init(bsf);
+  AVPacket* pkt = av_packet_alloc();
+  av_new_packet(pkt, static_cast<int>(key.data.size()));
+  std::copy(key.data.begin(), key.data.end(), pkt->data);
+  av_bsf_send_packet(bsf, pkt);
+  av_bsf_receive_packet(bsf, pkt);
+  size_t size = 0;
+  const uint8_t* sets = av_packet_get_side_data(pkt, AV_PKT_DATA_NEW_EXTRADATA, &size);
+  AVFormatContext* fmt = nullptr;
+  avformat_alloc_output_context2(&fmt, nullptr, "mp4", path.c_str());
+  AVCodecParameters* par = avformat_new_stream(fmt, nullptr)->codecpar;
+  par->codec_type = AVMEDIA_TYPE_VIDEO, par->codec_id = id, par->width = 16, par->height = 16;
+  par->extradata = static_cast<uint8_t*>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
+  std::copy(sets, sets + size, par->extradata);
+  par->extradata_size = static_cast<int>(size);
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "movflags", "frag_keyframe+empty_moov", 0);
+  avio_open(&fmt->pb, path.c_str(), AVIO_FLAG_WRITE);
+  if (avformat_write_header(fmt, &options) >= 0) {
+    av_write_trailer(fmt);
+  }
+  avio_closep(&fmt->pb);
+  av_dict_free(&options);
+  avformat_free_context(fmt);
+  av_packet_free(&pkt);
+  av_bsf_free(&bsf);
+  return ReadMp4(path).record;
 }
 
 std::vector<EncodedFrame> Encode(VideoCodec codec, int width, int height, int frames, int gop) {
@@ -121,7 +163,8 @@ std::string Utc(int year, int month, int day, int hour, int minute, int second) 
 }
 
 // Video is stored as received from the first key frame on: the frames before it are left out,
-// sound does not disturb it, and what libavformat reads decodes to the source's pictures. The
+// sound does not disturb it, what libavformat reads decodes to the source's pictures, and the
+// decoder configuration is the one libavformat makes itself from the parameter sets. The
 // creation time is SetFileBeginTime's when in use, else the head's start time. A key frame that
 // changes the codec or the size is refused, and so is the video after it.
 TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
@@ -162,6 +205,7 @@ TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
     EXPECT_EQ(r.packets, 30);
     EXPECT_NEAR(r.durationUs, 30 * 40000, 40000);
     EXPECT_EQ(r.creationTime, c.creationTime);
+    EXPECT_EQ(r.record, LibavformatRecord(c.id, frames[10], (dir.path() / "reference.mp4").string()));
     const std::vector<test::Picture> expected = test::DecodeAllPictures(c.id == AV_CODEC_ID_H264 ? "h264" : "hevc", frames, 10);
     ASSERT_EQ(expected.size(), 30u);
     EXPECT_TRUE(r.pictures == expected);
@@ -169,14 +213,15 @@ TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
 }
 
 // Sound from the source's coder type comes back as mono AAC at the source's AAC rate (8000 Hz
-// otherwise), close to the source sound to its end; the encoder's priming delay is found, not
+// otherwise), at about two bits a sample, close to the source sound to its end (at least 28 dB
+// SNR from G.711, 22 dB from AAC, which loses twice); the encoder's priming delay is found, not
 // assumed.
 TEST(Mp4Writer, ReencodesSoundToAac) {
   struct Case {
     samples::AudioCodec codec;
     int rate, frames;
     double minSnrDb;
-  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 22.0}, {samples::AudioCodec::AacAdts, 16000, 24, 17.0}};
+  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 28.0}, {samples::AudioCodec::AacAdts, 16000, 24, 22.0}};
   CRecAudioTranscoder::Register();
   const std::vector<EncodedFrame> video = Encode(VideoCodec::H264, 176, 144, 38, 50);
   TempDir dir;
@@ -209,13 +254,17 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
       best = std::max(best, test::SnrDb(source.data(), r.sound.data() + lag, n));
     }
     EXPECT_GT(best, c.minSnrDb) << c.rate;
+    const double bitsPerSample = r.soundBytes * 8.0 / static_cast<double>(r.sound.size());
+    EXPECT_NEAR(bitsPerSample, 2.0, 0.3) << c.rate;
   }
 }
 
 // B-frames come in decode order with their stamps out of order: every frame is stored in that
-// order and presented at its own stamp.
+// order and presented at its own stamp. (The preset gives High profile, whose decoder
+// configuration also names the chroma format and bit depths.)
 TEST(Mp4Writer, StoresBFramesInDecodeOrderAtTheirStamps) {
-  const std::vector<EncodedFrame> frames = samples::EncodeVideo({.frames = 40, .gop = 20, .bFrames = true});
+  const std::vector<EncodedFrame> frames =
+      samples::EncodeVideo({.frames = 40, .gop = 20, .bFrames = true, .preset = "veryfast"});
   TempDir dir;
   const std::string path = (dir.path() / "bframes.mp4").string();
   CRecWriterMp4 w;
@@ -230,6 +279,7 @@ TEST(Mp4Writer, StoresBFramesInDecodeOrderAtTheirStamps) {
     stamps.push_back(static_cast<int64_t>(f.stampUs - frames[0].stampUs));
   }
   EXPECT_EQ(r.videoPtsUs, stamps);
+  EXPECT_EQ(r.record, LibavformatRecord(AV_CODEC_ID_H264, frames[0], (dir.path() / "reference.mp4").string()));
   EXPECT_TRUE(r.pictures == test::DecodeAllPictures("h264", frames));
 }
 

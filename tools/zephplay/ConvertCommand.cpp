@@ -179,7 +179,7 @@ int RunConvert(int argc, char** argv) {
   if (argc != 2 || argv[0][0] == '-' || argv[1][0] == '-') {
     return Usage();
   }
-  // The MP4 writer's AAC encoder warns about its own settings on every file; errors still show.
+  // libav's warnings and notes stay out of the tool's output; its errors still show.
   av_log_set_level(AV_LOG_ERROR);
   return Convert(argv[0], argv[1]);
 }
