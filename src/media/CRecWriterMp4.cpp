@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <string>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -124,7 +125,10 @@ int CRecWriterMp4::OpenLocked(const char* path) {
     return -1;
   }
   m_pPacket = av_packet_alloc();
-  if (m_pPacket == nullptr || avio_open(&m_pFormat->pb, path, AVIO_FLAG_WRITE) < 0) {
+  // Named as a file outright: "cam:1.mp4" or "C:\\rec.mp4" would otherwise be taken for a
+  // protocol's address.
+  const std::string url = std::string("file:") + path;
+  if (m_pPacket == nullptr || avio_open(&m_pFormat->pb, url.c_str(), AVIO_FLAG_WRITE) < 0) {
     LogError("%s cannot create %s", "CRecWriterMp4::OpenWriter", path);
     CloseLocked();
     return -1;
@@ -200,7 +204,7 @@ int CRecWriterMp4::WriteVideo(const uint8_t* data, uint32_t length, bool key, ui
 
 int CRecWriterMp4::PassVideo(const uint8_t* data, uint32_t length, bool key, int64_t pts) {
   int result = 0;
-  if (key && !m_Held.empty()) {
+  if (key && m_nHeldCount != 0) {
     // Whatever came before a key frame is shown before it: all of it goes now, so that the
     // fragment closes with this key frame as it does without B-frames.
     DecideReorderDelay();
@@ -211,7 +215,7 @@ int CRecWriterMp4::PassVideo(const uint8_t* data, uint32_t length, bool key, int
     return result != 0 ? result : written;
   }
   Hold(data, length, key, pts);
-  if (m_Held.size() < kReorderWindow) {
+  if (m_nHeldCount < kReorderWindow) {
     return result;
   }
   DecideReorderDelay();
@@ -220,7 +224,11 @@ int CRecWriterMp4::PassVideo(const uint8_t* data, uint32_t length, bool key, int
 }
 
 void CRecWriterMp4::Hold(const uint8_t* data, uint32_t length, bool key, int64_t pts) {
-  m_Held.push_back(HeldVideo{std::vector<uint8_t>(data, data + length), pts, key});
+  // PassVideo releases frames as soon as the ring is full, so a place is always free here.
+  HeldVideo& held = HeldAt(m_nHeldCount++);
+  held.data.assign(data, data + length);
+  held.nPts = pts;
+  held.bKey = key;
   m_UnusedPts.push(pts);
 }
 
@@ -228,21 +236,21 @@ void CRecWriterMp4::DecideReorderDelay() {
   if (m_nReorderDelay >= 0) {
     return;
   }
-  std::vector<int64_t> sorted;
-  for (const HeldVideo& held : m_Held) {
-    sorted.push_back(held.nPts);
+  int64_t sorted[kReorderWindow];
+  for (size_t i = 0; i < m_nHeldCount; ++i) {
+    sorted[i] = HeldAt(i).nPts;
   }
-  std::sort(sorted.begin(), sorted.end());
+  std::sort(sorted, sorted + m_nHeldCount);
   m_nReorderDelay = 0;
-  for (size_t i = 0; i < sorted.size(); ++i) {
-    m_nReorderDelay = std::max(m_nReorderDelay, sorted[i] - m_Held[i].nPts);
+  for (size_t i = 0; i < m_nHeldCount; ++i) {
+    m_nReorderDelay = std::max(m_nReorderDelay, sorted[i] - HeldAt(i).nPts);
   }
 }
 
 int CRecWriterMp4::ReleaseHeld(size_t keep) {
   int result = 0;
-  while (m_Held.size() > keep) {
-    const HeldVideo& held = m_Held.front();
+  while (m_nHeldCount > keep) {
+    const HeldVideo& held = HeldAt(0);
     // The smallest stamp not yet given out, moved back by the delay, is the next decode stamp:
     // rising, and at most the frame's own stamp while the reordering stays within the delay.
     const int64_t dts = std::min(m_UnusedPts.top() - m_nReorderDelay, held.nPts);
@@ -250,7 +258,8 @@ int CRecWriterMp4::ReleaseHeld(size_t keep) {
     if (WriteVideoPacket(held.data.data(), static_cast<uint32_t>(held.data.size()), held.bKey, held.nPts, dts) != 0) {
       result = -1;
     }
-    m_Held.pop_front();
+    m_nHeldFirst = (m_nHeldFirst + 1) % kReorderWindow;
+    --m_nHeldCount;
   }
   return result;
 }
@@ -531,7 +540,8 @@ void CRecWriterMp4::CloseLocked() {
   m_nLastDts = kNoDts;
   m_nLastGap = 0;
   m_nReorderDelay = -1;
-  m_Held.clear();
+  m_nHeldFirst = 0;
+  m_nHeldCount = 0;
   m_UnusedPts = {};
   m_bHeadStart = false;
 }

@@ -1,6 +1,5 @@
 #pragma once
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <queue>
@@ -93,6 +92,7 @@ class CRecWriterMp4 : public CRecWriter {
   void DecideReorderDelay();
   // Writes the held frames, oldest first, until `keep` remain; -1 when one was refused.
   int ReleaseHeld(size_t keep);
+  HeldVideo& HeldAt(size_t i) { return m_Held[(m_nHeldFirst + i) % kReorderWindow]; }
   int WriteVideoPacket(const uint8_t* data, uint32_t length, bool key, int64_t pts, int64_t wantedDts);
   void SetCreationTime();
   bool AddSoundTrack();
@@ -120,7 +120,11 @@ class CRecWriterMp4 : public CRecWriter {
   int64_t m_nLastDts = kNoDts;
   int64_t m_nLastGap = 0;
   int64_t m_nReorderDelay = -1;  // in the time scale; -1 until the first frames have shown it
-  std::deque<HeldVideo> m_Held;
+  // The held frames, a ring of kReorderWindow places whose buffers are kept between frames, so
+  // that holding a frame does not allocate once the buffers have grown.
+  HeldVideo m_Held[kReorderWindow];
+  size_t m_nHeldFirst = 0;
+  size_t m_nHeldCount = 0;
   std::priority_queue<int64_t, std::vector<int64_t>, std::greater<int64_t>> m_UnusedPts;
   uint8_t m_HeadStart[6] = {};
   bool m_bHeadStart = false;

@@ -69,7 +69,9 @@ void CountPackets(AVFormatContext* format, int video, int audio, Mp4Probe::Resul
 
 bool Mp4Probe::Probe(const char* path, Result* r) {
   AVFormatContext* format = nullptr;
-  if (avformat_open_input(&format, path, nullptr, nullptr) < 0) {
+  // A file, whatever its name: a colon would otherwise make it a protocol's address.
+  const std::string url = std::string("file:") + path;
+  if (avformat_open_input(&format, url.c_str(), nullptr, nullptr) < 0) {
     return false;
   }
   // One demuxer reads the whole family; only MP4 itself is asked for here.
