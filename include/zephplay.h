@@ -685,10 +685,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_PlayOneFrameData(ZEPHPLAY_PLAYHANDLE
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SeekIFramStamp(ZEPHPLAY_PLAYHANDLE* handle, uint64_t stamp);
 
 /**
- * Starts recording into path (UTF-8; GREC, or MP4 for a name ending ".mp4", once that writer
- * exists) the whole frames given to ZEPHPLAY_InputFrameData from now on; bytes given to
- * ZEPHPLAY_InputStreamData are played but not recorded. type is the path kind: 1 (a UTF-8
- * path). 0 while a recording runs afterwards; 1 when it could not be started.
+ * Starts recording into path (UTF-8; GREC, or MP4 for a name ending ".mp4") the whole frames
+ * given to ZEPHPLAY_InputFrameData from now on; bytes given to ZEPHPLAY_InputStreamData are
+ * played but not recorded. type is the path kind: 1 (a UTF-8 path). 0 while a recording runs
+ * afterwards; 1 when it could not be started.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StartPlayRecord(ZEPHPLAY_PLAYHANDLE* handle, const char* path,
                                                             uint32_t type);
@@ -1349,8 +1349,12 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayWnd(ZEPHPLAY_MPBHANDLE han
  *  ZEPHPLAY_AdjustedWndRect; its result. 1 for a 0 handle or an index out of range. Caller's
  *  thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBAdjustedWndRect(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+/** Resizes the video queue of the player at index to bytes, as ZEPHPLAY_StreamSetPlayBuffer; its
+ *  result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStreamSetPlayBuffer(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                    uint32_t bytes);
+/** Hands the player at index a stream-attribute record, as ZEPHPLAY_SetStreamAttr (attr may be
+ *  NULL only with length 0; read during the call only); its result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetStreamAttr(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                              const uint8_t* attr, uint32_t length);
 /** Stops that player's threads; it shows nothing more until the group is closed. */
@@ -1369,8 +1373,12 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetSourceBufferRemain(ZEPHPLAY_MP
 /** Turns on the sound of the player at index (it follows the group's clock), as ZEPHPLAY_PlaySound;
  *  its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBPlaySound(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+/** Stops the sound of the player at index, as ZEPHPLAY_StopSound; its result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStopSound(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+/** Sets the volume (0..100) of the player at index, as ZEPHPLAY_SetVolume; its result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetVolume(ZEPHPLAY_MPBHANDLE handle, uint32_t index, uint16_t volume);
+/** Sets the user-data callback of the player at index (NULL removes it), as
+ *  ZEPHPLAY_SetUsrDataBack: called on that player's decode thread. Its result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetUsrDataBack(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                               uint64_t user, ZEPHPLAY_UsrDataCallBack callback);
 /** Saves the picture the player at index shows as a BMP file at path (not NULL; copied during the
@@ -1384,6 +1392,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBCaptureJPEG(ZEPHPLAY_MPBHANDLE ha
 /** Draws the last picture of the player at index again (at most every 500 ms), as
  *  ZEPHPLAY_FlashWnd; its result. 1 for a 0 handle or an index out of range. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBFlashWnd(ZEPHPLAY_MPBHANDLE handle, uint32_t index);
+/** only nonzero: the player at index decodes key frames only, as ZEPHPLAY_SetPlayIFrame; its
+ *  result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetPlayIFrame(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                              uint32_t only);
 /** index ZEPHPLAY_MPB_ALL sets every player and turns the clock round: it then runs backwards
@@ -1400,8 +1410,13 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetColorParams(ZEPHPLAY_MPBHANDLE
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetColorParams(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                               uint32_t* brightness, uint32_t* contrast,
                                                               uint32_t* saturation, uint32_t* hue);
+/** Mirror mode (0 none, 1 left-right, 2 upside down, 3 both) of the player at index, as
+ *  ZEPHPLAY_SetMirrorMode; its result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetMirrorMode(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                              uint32_t mode);
+/** Starts recording the frames the player at index receives into path (not NULL, UTF-8, copied
+ *  during the call; MP4 for a name ending ".mp4", GREC otherwise), as ZEPHPLAY_StartPlayRecord;
+ *  its result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStartPlayRecord(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                const char* path, uint32_t type);
 /** The player's recording length in bytes, -1 without one; 1 for a 0 handle or bad index. */
@@ -1409,6 +1424,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBGetPlayRecordStatus(ZEPHPLAY_MPBH
 /** Also offered for a group's players, so that a caller sees what each channel shows. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetDisplayCallBack(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                   uint64_t user, ZEPHPLAY_DisplayCallBack callback);
+/** Sets the decode callback of the player at index (NULL removes it), as
+ *  ZEPHPLAY_SetDecCallBack: called on that player's decode thread. Its result. 1 for a 0 handle or an index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetDecCallBack(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                               uint64_t user, ZEPHPLAY_DecCallBack callback);
 
