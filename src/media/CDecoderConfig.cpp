@@ -42,10 +42,7 @@ bool CDecoderConfig::Make(bool hevc, const CNalUnits& units, size_t count) {
 
 bool CDecoderConfig::MakeAvc(const CNalUnits& units, size_t count) {
   SequenceInfo info;
-  size_t sps = 0;
-  while (sps < count && units.Type(sps, false) != kAvcSps) {
-    ++sps;
-  }
+  const size_t sps = units.FindType(count, false, kAvcSps);
   if (sps == count || !ReadAvcSequence(units.Unit(sps), units.UnitSize(sps), &info)) {
     return false;
   }
@@ -85,10 +82,7 @@ bool CDecoderConfig::ReadAvcSequence(const uint8_t* nal, uint32_t size, Sequence
 
 bool CDecoderConfig::MakeHevc(const CNalUnits& units, size_t count) {
   SequenceInfo info;
-  size_t sps = 0;
-  while (sps < count && units.Type(sps, true) != kHevcSps) {
-    ++sps;
-  }
+  const size_t sps = units.FindType(count, true, kHevcSps);
   if (sps == count || !ReadHevcSequence(units.Unit(sps), units.UnitSize(sps), &info)) {
     return false;
   }

@@ -83,6 +83,14 @@ void CNalUnits::CopyUnits(const uint8_t* data) {
   }
 }
 
+size_t CNalUnits::FindType(size_t count, bool hevc, int type) const {
+  size_t i = 0;
+  while (i < count && Type(i, hevc) != type) {
+    ++i;
+  }
+  return i;
+}
+
 int CNalUnits::Type(size_t i, bool hevc) const {
   const uint8_t* nal = Unit(i);
   if (!hevc) {

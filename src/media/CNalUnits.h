@@ -29,6 +29,8 @@ class CNalUnits {
   // The type of unit i read as H.264 or as HEVC; -1 when its header is not one a base-layer
   // decoder takes (forbidden bit, HEVC layer or temporal id out of place).
   int Type(size_t i, bool hevc) const;
+  // The first of the first `count` units whose type is `type`; count when none is.
+  size_t FindType(size_t count, bool hevc, int type) const;
 
   // Where the next start code at or after `from` begins; n when there is none.
   static uint32_t FindStartCode(const uint8_t* p, uint32_t n, uint32_t from);
