@@ -687,8 +687,10 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SeekIFramStamp(ZEPHPLAY_PLAYHANDLE* 
 /**
  * Starts recording into path (UTF-8; GREC, or MP4 for a name ending ".mp4") the whole frames
  * given to ZEPHPLAY_InputFrameData from now on; bytes given to ZEPHPLAY_InputStreamData are
- * played but not recorded. type is the path kind: 1 (a UTF-8 path). 0 while a recording runs
- * afterwards; 1 when it could not be started.
+ * played but not recorded. type is the path kind: 1 (a UTF-8 path). An MP4 recording decodes
+ * the sound with the audio codec of the stream attribute in force (the configured
+ * DefaultAudioCoder without one) and stores it as AAC. 0 while a recording runs afterwards; 1
+ * when it could not be started.
  */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_StartPlayRecord(ZEPHPLAY_PLAYHANDLE* handle, const char* path,
                                                             uint32_t type);

@@ -19,6 +19,7 @@ extern "C" {
 #include "common/LogAccess.h"
 #include "media/FrameFormat.h"
 #include "media/GrecFormat.h"
+#include "media/StreamAttr.h"
 #include "platform/LocalTime.h"
 
 namespace zp {
@@ -149,6 +150,16 @@ int CRecWriterMp4::SetFileHead(const uint8_t* head, uint32_t length) {
   std::memcpy(m_HeadStart, head + grec::kOffStartTime, sizeof m_HeadStart);
   m_bHeadStart = true;
   m_nSoundCoder = ReadU32(head + grec::kOffStreamKind);
+  return 0;
+}
+
+int CRecWriterMp4::SetStreamAttr(const uint8_t* attr, uint32_t length) {
+  CAutoLock lock(&m_WriterLock);
+  if (m_pFormat == nullptr || m_bStarted || attr == nullptr || length < kStreamAttrSize ||
+      ReadU32(attr) != kStreamAttrMagic) {
+    return -1;
+  }
+  m_nSoundCoder = ReadU32(attr + kStreamAttrAudioCodec);
   return 0;
 }
 

@@ -26,9 +26,9 @@ namespace zp {
 // up to its last closed fragment. A later key frame that changes the codec or the picture size is
 // refused, and so is the video after it: one track holds one codec and size.
 // Sound from the first key frame on is decoded and stored again as mono AAC-LC through the
-// registered IAudioTranscoder, its coder type the application head's (byte 180) or else the
-// configured default; without a transcoder the file has no sound track. Data and auxiliary
-// frames have no track.
+// registered IAudioTranscoder, its coder type the application head's (byte 180) or the stream
+// attribute's, whichever came last, or else the configured default; without a transcoder the
+// file has no sound track. Data and auxiliary frames have no track.
 // Video stamps are presentation times; decode times must rise. The first frames (up to
 // kReorderWindow, or up to the second key frame) are held to see how far the stamps run out of
 // order (B-frames): in order, every frame goes to the muxer as it comes, its decode time its
@@ -45,9 +45,13 @@ class CRecWriterMp4 : public CRecWriter {
   // An MP4 recording cannot be resumed: starts a new one, *recordedMs 0.
   int OpenWriterEx(const char* path, uint32_t* recordedMs, int pathKind) override;
   // Takes the head's start time as the recording's creation time (unless SetFileBeginTime gave
-  // one) and its audio coder type as the sound's. Before the first key frame only: the MP4 head is written then. 0, -1 when not open,
-  // the head short or already written.
+  // one) and its audio coder type as the sound's. Before the first key frame only: the MP4 head
+  // is written then. 0, -1 when not open, the head short or already written.
   int SetFileHead(const uint8_t* head, uint32_t length) override;
+  // Takes a live stream's audio coder type (0 for the configured default, as the stream player
+  // plays it) as the sound's. Before the first key frame only. 0, -1 when not open, the record
+  // short or not valid, or the head already written.
+  int SetStreamAttr(const uint8_t* attr, uint32_t length) override;
   // Video: 0 when stored, held or left out before the first key frame, -1 when refused (a frame
   // without NAL units among them; a held frame refused later counts against the call that
   // releases it). Other kinds: 0.

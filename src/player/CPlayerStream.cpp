@@ -41,7 +41,6 @@ constexpr uint32_t kPcmCoder = 20;
 constexpr uint32_t kPcmPiece = 1280;
 // The stream attribute's fields.
 constexpr size_t kAttrVideoCodec = 4;
-constexpr size_t kAttrAudioCodec = 8;
 constexpr size_t kAttrAudio1 = 16;
 constexpr size_t kAttrAudio2 = 20;
 constexpr size_t kAttrAudio3 = 24;
@@ -57,7 +56,7 @@ const char* const kFnVideo = "CPlayerStream::InputVideoFrame";
 
 uint32_t Class(uint32_t nType) { return nType & 0xFFFFFF00u; }
 bool IsKey(uint32_t nType) { return Class(nType) == kKeyClass; }
-bool IsValidAttr(const uint8_t* pAttr) { return ReadU32(pAttr) == CPlayerStream::kStreamAttrMagic; }
+bool IsValidAttr(const uint8_t* pAttr) { return ReadU32(pAttr) == kStreamAttrMagic; }
 // Class 0 is read as 2.
 uint8_t PictureClassOf(const uint8_t* pAttr) { return pAttr[kAttrPictureClass] == 0 ? 2 : pAttr[kAttrPictureClass]; }
 
@@ -191,7 +190,7 @@ int CPlayerStream::SetStreamAttr(const uint8_t* pAttr, uint32_t nLength) {
   if (!IsValidAttr(pAttr)) {
     return 0;
   }
-  m_nAttrAudioCodec = ReadU32(pAttr + kAttrAudioCodec);
+  m_nAttrAudioCodec = ReadU32(pAttr + kStreamAttrAudioCodec);
   UpdateAudioDecoder(pAttr);
   bool changed = false;
   if (!VideoDecoderFits(pAttr)) {
@@ -215,7 +214,7 @@ int CPlayerStream::SetStreamAttr(const uint8_t* pAttr, uint32_t nLength) {
 }
 
 void CPlayerStream::UpdateAudioDecoder(const uint8_t* pAttr) {
-  const uint32_t codec = ReadU32(pAttr + kAttrAudioCodec);
+  const uint32_t codec = ReadU32(pAttr + kStreamAttrAudioCodec);
   {
     CAutoLock lock(&m_AudioLock);
     if (m_pADecoder != nullptr && m_pADecoder->CoderType() == codec && codec >= 1 && codec <= 25) {

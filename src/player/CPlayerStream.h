@@ -6,6 +6,7 @@
 #include "common/CMutexLock.h"
 #include "media/CParseData.h"
 #include "media/CRecWriter.h"
+#include "media/StreamAttr.h"
 #include "player/CBasePlayer.h"
 #include "player/CStreamCache.h"
 #include "player/CStreamTiming.h"
@@ -35,8 +36,6 @@ class CPlayerStream : public CBasePlayer {
   static constexpr uint32_t kQueueFrames = 1000;
   static constexpr uint32_t kAudioQueueBytes = 480000;
   static constexpr uint32_t kParseBufferBytes = 307200;
-  static constexpr uint32_t kStreamAttrSize = 284;
-  static constexpr uint32_t kStreamAttrMagic = 0x40000001;
   static constexpr uint32_t kDefaultMinDelayMs = 2000;
   static constexpr uint32_t kDefaultMaxDelayMs = 6000;
 

@@ -24,6 +24,7 @@ extern "C" {
 #include "media/CRecWriterMp4.h"
 #include "media/FrameFormat.h"
 #include "media/GrecFormat.h"
+#include "media/StreamAttr.h"
 #include "player/CRecAudioTranscoder.h"
 
 using namespace zp;
@@ -212,16 +213,17 @@ TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
   }
 }
 
-// Sound from the source's coder type comes back as mono AAC at the source's AAC rate (8000 Hz
-// otherwise), at about two bits a sample, close to the source sound to its end (at least 28 dB
-// SNR from G.711, 22 dB from AAC, which loses twice); the encoder's priming delay is found, not
-// assumed.
+// Sound from the source's coder type (named by a file head or by a live stream's attribute)
+// comes back as mono AAC at the source's AAC rate (8000 Hz otherwise), at about two bits a
+// sample, close to the source sound to its end (at least 28 dB SNR from G.711, 22 dB from AAC,
+// which loses twice); the encoder's priming delay is found, not assumed.
 TEST(Mp4Writer, ReencodesSoundToAac) {
   struct Case {
     samples::AudioCodec codec;
     int rate, frames;
     double minSnrDb;
-  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 28.0}, {samples::AudioCodec::AacAdts, 16000, 24, 22.0}};
+    bool fromStreamAttr;
+  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 28.0, true}, {samples::AudioCodec::AacAdts, 16000, 24, 22.0, false}};
   CRecAudioTranscoder::Register();
   const std::vector<EncodedFrame> video = Encode(VideoCodec::H264, 176, 144, 38, 50);
   TempDir dir;
@@ -229,11 +231,14 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
     const samples::AudioParams a{.codec = c.codec, .sampleRate = c.rate, .frames = c.frames};
     const std::vector<samples::TaggedFrame> frames = samples::MergeFrames(video, samples::EncodeAudio(a), FRAME_TAG_WAVE);
     uint8_t head[grec::kHeadLength] = {};
+    uint8_t attr[kStreamAttrSize] = {};
     WriteU32(head + grec::kOffStreamKind, samples::CoderTypeOf(a));
+    WriteU32(attr, kStreamAttrMagic);
+    WriteU32(attr + kStreamAttrAudioCodec, samples::CoderTypeOf(a));
     const std::string path = (dir.path() / "sound.mp4").string();
     CRecWriterMp4 w;
     ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
-    ASSERT_EQ(w.SetFileHead(head, sizeof head), 0);
+    ASSERT_EQ(c.fromStreamAttr ? w.SetStreamAttr(attr, sizeof attr) : w.SetFileHead(head, sizeof head), 0);
     for (const samples::TaggedFrame& f : frames) {
       EXPECT_EQ(w.WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.tag, kBase + f.stampUs, nullptr,
                              nullptr), 0);
