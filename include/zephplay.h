@@ -605,9 +605,13 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetEndCallBack(ZEPHPLAY_PLAYHANDLE* 
 #define ZEPHPLAY_STREAM_CACHED 1u    /**< everything cached in a temporary file: seek and step */
 #define ZEPHPLAY_STREAM_IMMEDIATE 2u /**< every picture shown as soon as it is decoded (default) */
 
-/** The stream-attribute record a stream may carry as frame type 1 (at least 284 bytes). */
+/** The stream-attribute record a stream may carry as frame type 1 (at least 284 bytes). Its
+ *  fields, little-endian: u32 magic at 0, u32 video codec at 4, u32 audio coder type at
+ *  ZEPHPLAY_STREAM_ATTR_AUDIO_CODER (the types of the audio section below; 0 for the configured
+ *  DefaultAudioCoder), u8 picture class at 100 (4 D1, 5 720P, 6 1080P: sizes the video queue). */
 #define ZEPHPLAY_STREAM_ATTR_SIZE 284u
 #define ZEPHPLAY_STREAM_ATTR_MAGIC 0x40000001u
+#define ZEPHPLAY_STREAM_ATTR_AUDIO_CODER 8u
 
 /**
  * Gives the handle a stream player and starts its threads, in mode ZEPHPLAY_STREAM_IMMEDIATE.

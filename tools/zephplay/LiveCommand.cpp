@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "Commands.h"
 #include "LiveFeeder.h"
@@ -27,6 +28,7 @@ constexpr uint32_t kRateWindowMs = 1000;
 constexpr uint32_t kDrainIdleMs = 2000;
 constexpr uint32_t kDrainMaxMs = 60000;
 constexpr uint32_t kNarrowPath = 1;  // StartPlayRecord: the path is a UTF-8 string
+constexpr unsigned long kMaxAudioCoder = 25;
 
 struct Options {
   const char* source = nullptr;
@@ -34,6 +36,7 @@ struct Options {
   uint32_t minDelayMs = 0;  // 0: the player's own pair
   uint32_t maxDelayMs = 0;
   const char* record = nullptr;
+  long audioCoder = -1;  // -1: the stream's own attribute, if it sends one
   bool headless = false;
   bool mute = false;
 };
@@ -63,10 +66,13 @@ void OnDisplay(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t,
 
 int Usage() {
   std::fprintf(stderr,
-               "usage: zephplay live SOURCE [--mode 0|1|2] [--delay MIN:MAX] [--record PATH] [--headless] [--mute]\n"
+               "usage: zephplay live SOURCE [--mode 0|1|2] [--delay MIN:MAX] [--record PATH] [--audio-coder N]\n"
+               "                     [--headless] [--mute]\n"
                "  SOURCE: tcp://HOST:PORT, a file (read as if it arrived) or - (standard input)\n"
                "  --mode 0 delay-controlled, 1 cached (seek and step), 2 immediate (default)\n"
                "  --delay the least and most buffered video in ms for mode 0 (default 2000:6000)\n"
+               "  --audio-coder the sound's coder type when the stream names none (17 G.711 A-law,\n"
+               "                18 mu-law, 20 PCM, 12 AAC; default: the library's DefaultAudioCoder)\n"
                "keys (mode 1): space pause, . step, , ; previous/next key frame, left/right 10 s; q quit\n");
   return 2;
 }
@@ -117,6 +123,8 @@ bool ParseOptions(int argc, char** argv, Options* o) {
       }
     } else if (arg == "--record") {
       o->record = value;
+    } else if (arg == "--audio-coder" && ParseUnsigned(value, &number) && number <= kMaxAudioCoder) {
+      o->audioCoder = static_cast<long>(number);
     } else {
       return false;
     }
@@ -145,6 +153,9 @@ class LiveSession : public ToolSession {
     ZEPHPLAY_SetDecCallBack(m_handle, self, OnDecode);
     ZEPHPLAY_SetDisplayCallBack(m_handle, self, OnDisplay);
     ZEPHPLAY_SetStreamMode(m_handle, m_o.mode);
+    if (m_o.audioCoder >= 0) {
+      NameAudioCoder(static_cast<uint32_t>(m_o.audioCoder));
+    }
     if (m_o.minDelayMs != 0) {
       ZEPHPLAY_SetDelayTime(m_handle, m_o.minDelayMs, m_o.maxDelayMs);
     }
@@ -214,6 +225,19 @@ class LiveSession : public ToolSession {
   }
 
  private:
+  // A stream attribute that names only the sound's coder type (video codec and picture class 0
+  // keep the player's decoder and queue), for streams that carry no attribute of their own.
+  void NameAudioCoder(uint32_t coder) {
+    std::vector<uint8_t> attr(ZEPHPLAY_STREAM_ATTR_SIZE, 0);
+    const uint32_t words[][2] = {{0, ZEPHPLAY_STREAM_ATTR_MAGIC}, {ZEPHPLAY_STREAM_ATTR_AUDIO_CODER, coder}};
+    for (const auto& [at, value] : words) {
+      for (uint32_t b = 0; b < 4; ++b) {
+        attr[at + b] = static_cast<uint8_t>(value >> (8 * b));
+      }
+    }
+    ZEPHPLAY_SetStreamAttr(m_handle, attr.data(), static_cast<uint32_t>(attr.size()));
+  }
+
   void Close() {
     m_feeder.Stop();
     if (m_handle != nullptr) {
