@@ -11,10 +11,6 @@
 #include <cstring>
 #include <string>
 
-extern "C" {
-#include <libavutil/log.h>
-}
-
 #include "Commands.h"
 #include "ProgressLine.h"
 #include "RecordingFrames.h"
@@ -179,7 +175,5 @@ int RunConvert(int argc, char** argv) {
   if (argc != 2 || argv[0][0] == '-' || argv[1][0] == '-') {
     return Usage();
   }
-  // libav's warnings and notes stay out of the tool's output; its errors still show.
-  av_log_set_level(AV_LOG_ERROR);
   return Convert(argv[0], argv[1]);
 }

@@ -4,6 +4,10 @@
 #include <cstdio>
 #include <cstring>
 
+extern "C" {
+#include <libavutil/log.h>
+}
+
 #include "Commands.h"
 
 namespace {
@@ -36,6 +40,9 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // libav's warnings and notes (the library's recordings and decoders log through it) stay out
+  // of the tool's output; its errors still show.
+  av_log_set_level(AV_LOG_ERROR);
   if (argc < 2 || std::strcmp(argv[1], "--version") == 0) {
     return RunInfo(argc - 1, argv + 1);
   }
