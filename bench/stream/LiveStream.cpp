@@ -1,8 +1,10 @@
 #include "LiveStream.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -41,16 +43,22 @@ int64_t LiveStream::FrameOf(uint64_t stampUs) {
   return static_cast<int64_t>((stampUs - kBaseUs) / kFrameUs);
 }
 
-std::vector<double> LiveStream::BareDecodeMs(int passes) const {
+std::vector<double> LiveStream::BareDecodeMs(int passes, double intervalSeconds) const {
   std::vector<std::vector<double>> times(kGopFrames);
   const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
   AVCodecContext* ctx = avcodec_alloc_context3(codec);
   AVPacket* pkt = av_packet_alloc();
   AVFrame* frame = av_frame_alloc();
+  const double start = WallSeconds();
+  int sent = 0;
   if (avcodec_open2(ctx, codec, nullptr) == 0) {
     for (int pass = 0; pass < passes; ++pass) {
       for (int i = 0; i < kGopFrames; ++i) {
         const auto& f = m_encoded[i];
+        const double due = start + intervalSeconds * sent++;
+        if (intervalSeconds > 0 && due > WallSeconds()) {
+          std::this_thread::sleep_for(std::chrono::duration<double>(due - WallSeconds()));
+        }
         const double t0 = WallSeconds();
         pkt->data = const_cast<uint8_t*>(f.data.data());
         pkt->size = static_cast<int>(f.data.size());

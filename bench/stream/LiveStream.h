@@ -30,7 +30,9 @@ class LiveStream {
   // Milliseconds libavcodec takes, bare, for each frame of the group (send the packet, receive
   // its picture; a decoder with the player's default settings, no B-frames so no picture is
   // held back): the median over `passes` passes through the group, one decoder throughout.
-  std::vector<double> BareDecodeMs(int passes) const;
+  // Frames go back to back, or with `intervalSeconds` one every interval, as a live stream
+  // brings them (the decoder then starts each frame after idling, as a player's does).
+  std::vector<double> BareDecodeMs(int passes, double intervalSeconds = 0) const;
 
   // The stream's first `frames` frames as one byte string.
   std::vector<uint8_t> Bytes(uint64_t frames);
