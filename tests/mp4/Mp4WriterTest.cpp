@@ -180,8 +180,7 @@ TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
   } cases[] = {{VideoCodec::H264, AV_CODEC_ID_H264, 352, 288, 1, Utc(2025, 7, 4, 1, 2, 3), VideoCodec::H265, 352},
                {VideoCodec::H265, AV_CODEC_ID_HEVC, 320, 240, 0, Utc(2024, 2, 29, 23, 59, 58), VideoCodec::H265, 176}};
   uint8_t head[grec::kHeadLength] = {};
-  const uint8_t start[6] = {24, 2, 29, 23, 59, 58};
-  std::copy(start, start + 6, head + grec::kOffStartTime);
+  std::memcpy(head + grec::kOffStartTime, "\x18\x02\x1d\x17\x3b\x3a", 6);  // (20)24-02-29 23:59:58
   TempDir dir;
   for (const Case& c : cases) {
     const std::vector<EncodedFrame> frames = Encode(c.codec, c.width, c.height, 40, 10);
@@ -201,8 +200,7 @@ TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
     EXPECT_EQ(w.CloseWriter(), 0);
     const Mp4Read r = ReadMp4(path);
     EXPECT_EQ(r.codec, c.id);
-    EXPECT_EQ(r.width, c.width);
-    EXPECT_EQ(r.height, c.height);
+    EXPECT_EQ(std::pair(r.width, r.height), std::pair(c.width, c.height));
     EXPECT_EQ(r.packets, 30);
     EXPECT_NEAR(r.durationUs, 30 * 40000, 40000);
     EXPECT_EQ(r.creationTime, c.creationTime);
@@ -223,18 +221,17 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
     int rate, frames;
     double minSnrDb;
     bool fromStreamAttr;
-  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 28.0, true}, {samples::AudioCodec::AacAdts, 16000, 24, 22.0, false}};
+  } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 28.0, true},
+               {samples::AudioCodec::AacAdts, 16000, 24, 22.0, false}};
   CRecAudioTranscoder::Register();
   const std::vector<EncodedFrame> video = Encode(VideoCodec::H264, 176, 144, 38, 50);
   TempDir dir;
   for (const Case& c : cases) {
     const samples::AudioParams a{.codec = c.codec, .sampleRate = c.rate, .frames = c.frames};
     const std::vector<samples::TaggedFrame> frames = samples::MergeFrames(video, samples::EncodeAudio(a), FRAME_TAG_WAVE);
-    uint8_t head[grec::kHeadLength] = {};
-    uint8_t attr[kStreamAttrSize] = {};
+    uint8_t head[grec::kHeadLength] = {}, attr[kStreamAttrSize] = {};
     WriteU32(head + grec::kOffStreamKind, samples::CoderTypeOf(a));
-    WriteU32(attr, kStreamAttrMagic);
-    WriteU32(attr + kStreamAttrAudioCodec, samples::CoderTypeOf(a));
+    WriteU32(attr, kStreamAttrMagic), WriteU32(attr + kStreamAttrAudioCodec, samples::CoderTypeOf(a));
     const std::string path = (dir.path() / "sound.mp4").string();
     CRecWriterMp4 w;
     ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
@@ -247,7 +244,6 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
     const Mp4Read r = ReadMp4(path);
     EXPECT_EQ(r.soundCodec, AV_CODEC_ID_AAC);
     EXPECT_EQ(r.sampleRate, c.rate);
-    EXPECT_EQ(r.packets, 38);
     // The whole source, its last partial frame included (an AAC source holds one frame less:
     // its encoder was never drained).
     const bool aacSource = c.codec == samples::AudioCodec::AacAdts;
@@ -309,8 +305,6 @@ TEST(Mp4Writer, KilledRecordingReadsToLastClosedFragment) {
   ASSERT_EQ(waitpid(child, &status, 0), child);
   ASSERT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
   const Mp4Read r = ReadMp4(path);
-  EXPECT_EQ(r.codec, AV_CODEC_ID_H264);
-  EXPECT_EQ(r.packets, 30);
   const std::vector<EncodedFrame> closed(frames.begin(), frames.begin() + 30);
   EXPECT_TRUE(r.pictures == test::DecodeAllPictures("h264", closed));
 }
