@@ -1360,7 +1360,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBAdjustedWndRect(ZEPHPLAY_MPBHANDL
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBStreamSetPlayBuffer(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                                    uint32_t bytes);
 /** Hands the player at index a stream-attribute record, as ZEPHPLAY_SetStreamAttr (attr may be
- *  NULL only with length 0; read during the call only); its result. 1 for a 0 handle or an index out of range. Caller's thread. */
+ *  NULL only with length 0; read during the call only); its result. 1 for a 0 handle or an
+ *  index out of range. Caller's thread. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_MPBSetStreamAttr(ZEPHPLAY_MPBHANDLE handle, uint32_t index,
                                                              const uint8_t* attr, uint32_t length);
 /** Stops that player's threads; it shows nothing more until the group is closed. */

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "AudioCoderAttr.h"
 #include "Commands.h"
 #include "LiveFeeder.h"
 #include "ProgressLine.h"
@@ -28,7 +29,6 @@ constexpr uint32_t kRateWindowMs = 1000;
 constexpr uint32_t kDrainIdleMs = 2000;
 constexpr uint32_t kDrainMaxMs = 60000;
 constexpr uint32_t kNarrowPath = 1;  // StartPlayRecord: the path is a UTF-8 string
-constexpr unsigned long kMaxAudioCoder = 25;
 
 struct Options {
   const char* source = nullptr;
@@ -123,8 +123,7 @@ bool ParseOptions(int argc, char** argv, Options* o) {
       }
     } else if (arg == "--record") {
       o->record = value;
-    } else if (arg == "--audio-coder" && ParseUnsigned(value, &number) && number <= kMaxAudioCoder) {
-      o->audioCoder = static_cast<long>(number);
+    } else if (arg == "--audio-coder" && ParseAudioCoder(value, &o->audioCoder)) {
     } else {
       return false;
     }
@@ -154,7 +153,8 @@ class LiveSession : public ToolSession {
     ZEPHPLAY_SetDisplayCallBack(m_handle, self, OnDisplay);
     ZEPHPLAY_SetStreamMode(m_handle, m_o.mode);
     if (m_o.audioCoder >= 0) {
-      NameAudioCoder(static_cast<uint32_t>(m_o.audioCoder));
+      const std::vector<uint8_t> attr = AudioCoderAttr(static_cast<uint32_t>(m_o.audioCoder));
+      ZEPHPLAY_SetStreamAttr(m_handle, attr.data(), static_cast<uint32_t>(attr.size()));
     }
     if (m_o.minDelayMs != 0) {
       ZEPHPLAY_SetDelayTime(m_handle, m_o.minDelayMs, m_o.maxDelayMs);
@@ -225,19 +225,6 @@ class LiveSession : public ToolSession {
   }
 
  private:
-  // A stream attribute that names only the sound's coder type (video codec and picture class 0
-  // keep the player's decoder and queue), for streams that carry no attribute of their own.
-  void NameAudioCoder(uint32_t coder) {
-    std::vector<uint8_t> attr(ZEPHPLAY_STREAM_ATTR_SIZE, 0);
-    const uint32_t words[][2] = {{0, ZEPHPLAY_STREAM_ATTR_MAGIC}, {ZEPHPLAY_STREAM_ATTR_AUDIO_CODER, coder}};
-    for (const auto& [at, value] : words) {
-      for (uint32_t b = 0; b < 4; ++b) {
-        attr[at + b] = static_cast<uint8_t>(value >> (8 * b));
-      }
-    }
-    ZEPHPLAY_SetStreamAttr(m_handle, attr.data(), static_cast<uint32_t>(attr.size()));
-  }
-
   void Close() {
     m_feeder.Stop();
     if (m_handle != nullptr) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "AudioCoderAttr.h"
 #include "Commands.h"
 #include "LiveFeeder.h"
 #include "ProgressLine.h"
@@ -36,6 +37,7 @@ struct Options {
   bool headless = false;
   bool mute = false;
   int32_t rate = 0;
+  long audioCoder = -1;  // -1: the streams' own attributes, if they send them
 };
 
 // One channel's view of its player, filled by the display callback.
@@ -54,9 +56,10 @@ void OnDisplay(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t,
 
 int Usage() {
   std::fprintf(stderr,
-               "usage: zephplay wall SOURCE... [--headless] [--mute] [--rate N]\n"
+               "usage: zephplay wall SOURCE... [--headless] [--mute] [--rate N] [--audio-coder N]\n"
                "  SOURCE: tcp://HOST:PORT, a file (read as if it arrived) or - (standard input); 1 to 15 of them\n"
                "  --rate  the group's play rate: 0 normal, n > 1 n times faster, -n n times slower\n"
+               "  --audio-coder  the sound's coder type for streams that name none (as for live)\n"
                "keys: space pause all, . step all, [ ] rate down/up, q quit\n");
   return 2;
 }
@@ -73,6 +76,10 @@ bool ParseOptions(int argc, char** argv, Options* o) {
         return false;
       }
       o->rate = static_cast<int32_t>(rate);
+    } else if (arg == "--audio-coder" && i + 1 < argc) {
+      if (!ParseAudioCoder(argv[++i], &o->audioCoder)) {
+        return false;
+      }
     } else if (arg == "-" || arg[0] != '-') {
       o->sources.push_back(argv[i]);
     } else {
@@ -120,6 +127,10 @@ class WallSession : public ToolSession {
       ZEPHPLAY_MPBSetDisplayCallBack(m_group, i, reinterpret_cast<uint64_t>(&m_channels[i]), OnDisplay);
       if (tiles != nullptr) {
         ZEPHPLAY_MPBSetPlayWnd(m_group, i, tiles->Tile(i));
+      }
+      if (m_o.audioCoder >= 0) {
+        const std::vector<uint8_t> attr = AudioCoderAttr(static_cast<uint32_t>(m_o.audioCoder));
+        ZEPHPLAY_MPBSetStreamAttr(m_group, i, attr.data(), static_cast<uint32_t>(attr.size()));
       }
       if (!m_o.mute) {
         ZEPHPLAY_MPBPlaySound(m_group, i);

@@ -1,0 +1,11 @@
+#pragma once
+// The stream attribute that `live` and `wall` hand a player for --audio-coder: it names only the
+// sound's coder type, for streams that send no attribute of their own.
+#include <cstdint>
+#include <vector>
+
+// The record (ZEPHPLAY_STREAM_ATTR_SIZE bytes): magic and audio coder type; the video codec and
+// picture class stay 0, which keeps the player's decoder and queue as they are.
+std::vector<uint8_t> AudioCoderAttr(uint32_t coder);
+// Parses the option's value: a coder type of 0 to 25.
+bool ParseAudioCoder(const char* text, long* coder);
