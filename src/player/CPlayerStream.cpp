@@ -591,10 +591,13 @@ int CPlayerStream::GetBufferedSeconds(uint32_t* pSeconds) {
   return m_Cache.BufferedSeconds(pSeconds) ? 0 : -1;
 }
 
-CStreamTiming::Span CPlayerStream::VideoSpan() {
+CStreamTiming::Span CPlayerStream::VideoSpan(bool* pQueued) {
   uint32_t span = 0;
-  const bool measured = m_VideoFrames.GetFrameSpan(&span) != 0 && span != 0xFFFFFFFFu;
-  return {measured, span};
+  const bool queued = m_VideoFrames.GetFrameSpan(&span) != 0;
+  if (pQueued != nullptr) {
+    *pQueued = queued;
+  }
+  return {queued && span != 0xFFFFFFFFu, span};
 }
 
 int CPlayerStream::IsSkipToKeyFrame(uint32_t nFlag) {
@@ -773,7 +776,8 @@ uint32_t CPlayerStream::DelayCycle() {
   if (!IsDelayControlled()) {
     return ImmediateCycle();
   }
-  const CStreamTiming::Span span = VideoSpan();
+  bool queued = false;
+  const CStreamTiming::Span span = VideoSpan(&queued);
   if (m_nPlaying != 0) {
     m_nPlayRate = CStreamTiming::DelaySpeed(span, m_nMaxDelay, m_nPlayRate);
     uint32_t interval = 0;
@@ -803,7 +807,10 @@ uint32_t CPlayerStream::DelayCycle() {
     m_nNoPictureSince = 0;
     return kIdleWaitMs;
   }
-  if (!CStreamTiming::StartsPlaying(m_VideoFrames.GetFrameNum(), m_AudioFrames.GetFrameNum(), span, m_nMinDelay)) {
+  // Whether video is queued comes from the same look as its span: counted apart, a first frame
+  // pushed in between met an empty queue's unmeasurable span and started playback below the
+  // minimum delay.
+  if (!CStreamTiming::StartsPlaying(queued ? 1 : 0, m_AudioFrames.GetFrameNum(), span, m_nMinDelay)) {
     return kIdleWaitMs;
   }
   StartPlaying();

@@ -118,7 +118,9 @@ class CPlayerStream : public CBasePlayer {
   void RefillFromCache();
   void StartPlaying();
   bool PlayNext(bool bShow);
-  CStreamTiming::Span VideoSpan();
+  // The queued video's span; *pQueued (may be null) whether any video is queued, from the same
+  // look at the queue.
+  CStreamTiming::Span VideoSpan(bool* pQueued = nullptr);
   bool IsDelayControlled();
   bool IsReversePlay() const { return m_nPlayBackIFrame != 0; }
   // The play lock is held: clears both queues and the decoded pictures.
