@@ -10,6 +10,11 @@ uint32_t TickCountMs() {
   return static_cast<uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
 }
 
+std::chrono::steady_clock::time_point TickDeadline(uint32_t ms) {
+  const auto tick = std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now());
+  return tick + std::chrono::milliseconds(ms);
+}
+
 void SleepMs(uint32_t ms) {
   if (ms == 0) {
     std::this_thread::yield();

@@ -8,6 +8,7 @@
 #include "common/CFrameQueue.h"
 #include "common/CMutexLock.h"
 #include "common/CThreadBase.h"
+#include "platform/Tick.h"
 #include "player/CPictureRing.h"
 #include "player/CPlayTiming.h"
 #include "player/CWakeSignal.h"
@@ -154,8 +155,9 @@ class CBasePlayer {
   bool IsKeyFrameOnly() const;
   // The caller holds the play lock: sets or clears pause without logging.
   void SetPausedLocked(bool bPaused);
-  // Waits up to ms, ending early when a picture arrives or the play state changes.
-  void WaitPlayWake(uint32_t ms) { m_playWake.Wait(ms); }
+  // Waits up to ms, ending early when a picture arrives or the play state changes. It ends on
+  // the tick that the pacing waits for, so that the wake-up itself does not count as lateness.
+  void WaitPlayWake(uint32_t ms) { m_playWake.WaitUntil(platform::TickDeadline(ms)); }
   // Ends a WaitPlayWake early: new input that the play loop may act on.
   void WakePlay() { m_playWake.Notify(); }
   // Flash (redraw) without a result: a pending one is armed when asked (FlashWnd's step).

@@ -14,8 +14,12 @@ void CWakeSignal::Notify() {
 }
 
 bool CWakeSignal::Wait(uint32_t ms) {
+  return WaitUntil(std::chrono::steady_clock::now() + std::chrono::milliseconds(ms));
+}
+
+bool CWakeSignal::WaitUntil(std::chrono::steady_clock::time_point deadline) {
   std::unique_lock<std::mutex> lock(m_mutex);
-  m_cond.wait_for(lock, std::chrono::milliseconds(ms), [this] { return m_bSignalled.load(); });
+  m_cond.wait_until(lock, deadline, [this] { return m_bSignalled.load(); });
   // Consumed by exchange: a notification set just after the timeout counts, it is not lost.
   return m_bSignalled.exchange(false);
 }

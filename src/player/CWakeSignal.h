@@ -1,5 +1,6 @@
 #pragma once
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -19,6 +20,8 @@ class CWakeSignal {
   void Notify();
   // True when notified, false at the timeout.
   bool Wait(uint32_t ms);
+  // The same, the timeout a moment of the monotonic clock.
+  bool WaitUntil(std::chrono::steady_clock::time_point deadline);
 
  private:
   std::mutex m_mutex;
