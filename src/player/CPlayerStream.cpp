@@ -857,7 +857,9 @@ uint32_t CPlayerStream::CachedCycle() {
   }
   interval = CStreamTiming::CachedWait(interval);
   if (!IsDue(interval)) {
-    return std::max(1u, interval / 4);
+    // A quarter of the interval at most, as the cached mode always looked; never past the
+    // moment the picture is due, whose lateness the carry would keep.
+    return std::max(1u, std::min(interval / 4, MsUntilDue(interval)));
   }
   ShowNextPicture();
   return 0;

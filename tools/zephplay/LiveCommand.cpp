@@ -59,7 +59,8 @@ void OnDecode(uint64_t user, const uint8_t*, const uint8_t*, const uint8_t*, int
 // A stream player draws its last picture again now and then (repaints): only a new stamp counts.
 void OnDisplay(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t, uint64_t user) {
   auto* counters = reinterpret_cast<Counters*>(user);
-  if (counters->shownUs.exchange(stamp, std::memory_order_relaxed) != stamp) {
+  // The first picture counts whatever its stamp: streams may start at stamp 0.
+  if (counters->shownUs.exchange(stamp, std::memory_order_relaxed) != stamp || counters->shown.load() == 0) {
     counters->shown.fetch_add(1, std::memory_order_relaxed);
   }
 }

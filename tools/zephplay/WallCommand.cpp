@@ -49,7 +49,8 @@ struct Channel {
 // A player draws its last picture again now and then (repaints): only a new stamp counts.
 void OnDisplay(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t, uint64_t user) {
   auto* channel = reinterpret_cast<Channel*>(user);
-  if (channel->shownUs.exchange(stamp, std::memory_order_relaxed) != stamp) {
+  // The first picture counts whatever its stamp: streams may start at stamp 0.
+  if (channel->shownUs.exchange(stamp, std::memory_order_relaxed) != stamp || channel->shown.load() == 0) {
     channel->shown.fetch_add(1, std::memory_order_relaxed);
   }
 }
