@@ -389,7 +389,8 @@ uint32_t CPlayerFile::BackwardStep() {
     if (IsDue(interval)) {
       return ShowNextPicture() ? 0 : kPlayIdleWaitMs;
     }
-    return interval / 4;
+    // A quarter of the interval at most, never past the moment the picture is due.
+    return std::max(1u, std::min(interval / 4, MsUntilDue(interval)));
   }
   if (m_nFileEnd != 0 && IsInputDrained()) {
     FireEnd(1);
