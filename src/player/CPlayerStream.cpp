@@ -857,8 +857,8 @@ uint32_t CPlayerStream::CachedCycle() {
   }
   interval = CStreamTiming::CachedWait(interval);
   if (!IsDue(interval)) {
-    // A quarter of the interval at most, as the cached mode always looked; never past the
-    // moment the picture is due, whose lateness the carry would keep.
+    // Re-checked after a quarter of the interval at most, and never past the moment the
+    // picture is due: the carry would keep that lateness and later skip a picture for it.
     return std::max(1u, std::min(interval / 4, MsUntilDue(interval)));
   }
   ShowNextPicture();
