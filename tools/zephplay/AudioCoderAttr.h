@@ -1,6 +1,6 @@
 #pragma once
-// The stream attribute that `live` and `wall` hand a player for --audio-coder: it names only the
-// sound's coder type, for streams that send no attribute of their own.
+// --audio-coder, the sound's coder type where the source names none: `live` and `wall` hand the
+// player a stream attribute that names only it, `convert` writes it into the recording's head.
 #include <cstdint>
 #include <vector>
 

@@ -10,7 +10,9 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <vector>
 
+#include "AudioCoderAttr.h"
 #include "Commands.h"
 #include "ProgressLine.h"
 #include "RecordingFrames.h"
@@ -30,8 +32,13 @@ struct Tally {
   double Seconds() const { return video == 0 ? 0 : (lastVideoUs - firstVideoUs) / 1e6; }
 };
 
+constexpr uint32_t kHeadCoderAt = 180;  // the head's audio coder type (u32)
+
 int Usage() {
-  std::fprintf(stderr, "usage: zephplay convert IN OUT    (IN: GREC or .mpg; OUT: MP4 when it ends in .mp4, else GREC)\n");
+  std::fprintf(stderr,
+               "usage: zephplay convert IN OUT [--audio-coder N]\n"
+               "  IN: GREC or .mpg; OUT: MP4 when it ends in .mp4, else GREC\n"
+               "  --audio-coder the sound's coder type, for a source that names none (.mpg) or a wrong one\n");
   return 2;
 }
 
@@ -62,11 +69,25 @@ bool ReadStart(const char* path, ZEPHPLAY_RECORD_INFO* start) {
   return read;
 }
 
-// The head carries the sound's coder type (and an MP4 file's creation time); the begin time keeps
-// the source's start date, which a GREC writer would otherwise take from the time of copying.
-void CopyHead(ZEPHPLAY_WRITER* writer, const RecordingFrames& in, const ZEPHPLAY_RECORD_INFO& start) {
-  if (!in.Head().empty()) {
-    ZEPHPLAY_SetFileHead(writer, in.Head().data(), static_cast<uint32_t>(in.Head().size()));
+// The head carries the sound's coder type (and an MP4 file's creation time): the source's, with
+// the coder type replaced when one is given (a .mpg source has no head: the library makes one).
+// The begin time keeps the source's start date, which a GREC writer would otherwise take from the
+// time of copying.
+void CopyHead(ZEPHPLAY_WRITER* writer, const RecordingFrames& in, const ZEPHPLAY_RECORD_INFO& start, long coder) {
+  std::vector<uint8_t> head = in.Head();
+  if (head.empty() && coder >= 0) {
+    uint32_t length = 0;
+    ZEPHPLAY_GetFileHeadLength(&length);
+    head.assign(length, 0);
+    ZEPHPLAY_GetFileHead(head.data(), &length);
+  }
+  if (coder >= 0 && head.size() >= kHeadCoderAt + 4) {
+    for (uint32_t b = 0; b < 4; ++b) {
+      head[kHeadCoderAt + b] = static_cast<uint8_t>(static_cast<uint32_t>(coder) >> (8 * b));
+    }
+  }
+  if (!head.empty()) {
+    ZEPHPLAY_SetFileHead(writer, head.data(), static_cast<uint32_t>(head.size()));
   }
   if (start.wMonth < 1 || start.wMonth > 12 || start.wDay < 1 || start.wDay > 31) {
     return;
@@ -125,7 +146,7 @@ bool CopyFrames(RecordingFrames* in, ZEPHPLAY_WRITER* writer, bool mp4, Tally* t
   return true;
 }
 
-int Convert(const char* inPath, const char* outPath) {
+int Convert(const char* inPath, const char* outPath, long coder) {
   RecordingFrames in;
   std::string why;
   if (!in.Open(inPath, &why)) {
@@ -142,7 +163,7 @@ int Convert(const char* inPath, const char* outPath) {
   if (ZEPHPLAY_OpenWriter(&writer, outPath) != 0) {
     return Fail(outPath, "cannot be created");
   }
-  CopyHead(writer, in, start);
+  CopyHead(writer, in, start, coder);
   const auto began = std::chrono::steady_clock::now();
   Tally tally;
   const bool mp4 = EndsWithMp4(outPath);
@@ -172,8 +193,21 @@ int Convert(const char* inPath, const char* outPath) {
 }  // namespace
 
 int RunConvert(int argc, char** argv) {
-  if (argc != 2 || argv[0][0] == '-' || argv[1][0] == '-') {
+  long coder = -1;  // -1: the source's own
+  std::vector<const char*> paths;
+  for (int i = 0; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--audio-coder") == 0) {
+      if (++i == argc || !ParseAudioCoder(argv[i], &coder)) {
+        return Usage();
+      }
+    } else if (argv[i][0] == '-') {
+      return Usage();
+    } else {
+      paths.push_back(argv[i]);
+    }
+  }
+  if (paths.size() != 2) {
     return Usage();
   }
-  return Convert(argv[0], argv[1]);
+  return Convert(paths[0], paths[1], coder);
 }
