@@ -271,6 +271,12 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_GetFileHead(uint8_t* buffer, uint32_
  * A window is the caller's native window handle: an X11 Window id (cast to void*) on Linux,
  * an HWND on Windows. With a NULL window nothing is drawn, but every callback below is still
  * called. Colours are 0x00BBGGRR (255 is red, 0xFFFFFF white).
+ * On Linux the library draws through SDL2 from each player's play thread and adopts the window
+ * there when the first picture comes. A host that uses SDL2's video itself shares SDL's window
+ * list with the library, which SDL does not guard: pumping SDL events (SDL_PollEvent,
+ * SDL_WaitEvent) while a player adopts a window can crash the process. Such a host should
+ * hand over a window made with its toolkit or Xlib, not an SDL window it pumps events for
+ * (zephplay makes its window with Xlib for this reason). Hosts on other toolkits are unaffected.
  *
  * Drawing parameters (set through a play handle's window and display exports):
  *  - on-screen text: slots 0..7 (slot 5 is the player's status line), each with its text

@@ -2,6 +2,8 @@
 // connection, a file (read as if it arrived) or standard input, in a window of its own or
 // headless, and optionally records it. In the cached mode the keys of play step and seek within
 // what has arrived.
+#include <X11/keysym.h>
+
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -195,8 +197,8 @@ class LiveSession : public ToolSession {
     return !Drained(nowMs);
   }
 
-  bool Key(SDL_Keycode key) override {
-    if (key == SDLK_q) {
+  bool Key(unsigned long key) override {
+    if (key == XK_q) {
       m_end = "quit";
       return false;
     }
@@ -252,24 +254,24 @@ class LiveSession : public ToolSession {
 
   uint32_t MinDelayMs() const { return m_o.minDelayMs != 0 ? m_o.minDelayMs : kDefaultMinDelayMs; }
 
-  void CacheKey(SDL_Keycode key) {
+  void CacheKey(unsigned long key) {
     switch (key) {
-      case SDLK_SPACE:
+      case XK_space:
         m_paused = !m_paused;
         ZEPHPLAY_Pause(m_handle, m_paused ? 1 : 0);
         break;
-      case SDLK_PERIOD:
+      case XK_period:
         m_paused = true;
         ZEPHPLAY_PlayOneFrameData(m_handle, 0, 1);
         break;
-      case SDLK_COMMA:
-      case SDLK_SEMICOLON:
+      case XK_comma:
+      case XK_semicolon:
         m_paused = true;
-        ZEPHPLAY_PlayOneFrameData(m_handle, key == SDLK_COMMA ? 1 : 0, 0);
+        ZEPHPLAY_PlayOneFrameData(m_handle, key == XK_comma ? 1 : 0, 0);
         break;
-      case SDLK_LEFT:
-      case SDLK_RIGHT:
-        Seek(key == SDLK_RIGHT ? kSeekStepMs : -static_cast<int64_t>(kSeekStepMs));
+      case XK_Left:
+      case XK_Right:
+        Seek(key == XK_Right ? kSeekStepMs : -static_cast<int64_t>(kSeekStepMs));
         break;
       default:
         break;
@@ -378,5 +380,5 @@ int RunLive(int argc, char** argv) {
   if (std::string why; !session.Start(native, &why)) {
     return Fail(o.source, why);
   }
-  return RunToolSession(&session, native != nullptr);
+  return RunToolSession(&session, native != nullptr ? &window : nullptr);
 }

@@ -1,5 +1,6 @@
 // zephplay play FILE [options]: plays a GREC recording or a vendor .mpg file, in a window of
 // its own (handed to the library as a native window, as an embedding program does) or headless.
+#include <X11/keysym.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -200,36 +201,36 @@ class Session : public ToolSession {
   }
 
   // Handles one key; false for quit.
-  bool Key(SDL_Keycode key) override {
+  bool Key(unsigned long key) override {
     switch (key) {
-      case SDLK_q:
+      case XK_q:
         m_end = "quit";
         return false;
-      case SDLK_SPACE:
+      case XK_space:
         m_paused = !m_paused;
         ZEPHPLAY_Pause(m_handle, m_paused ? 1 : 0);
         HoldStill();
         break;
-      case SDLK_PERIOD:
+      case XK_period:
         m_paused = true;
         ZEPHPLAY_OneByOne(m_handle);
         HoldStill();
         break;
-      case SDLK_COMMA:
-      case SDLK_SEMICOLON:
+      case XK_comma:
+      case XK_semicolon:
         m_paused = true;
-        ZEPHPLAY_PlayOneIFrame(m_handle, key == SDLK_SEMICOLON ? 1 : 0);
+        ZEPHPLAY_PlayOneIFrame(m_handle, key == XK_semicolon ? 1 : 0);
         HoldStill();
         break;
-      case SDLK_LEFTBRACKET:
-      case SDLK_RIGHTBRACKET:
-        SetRate(m_rate + (key == SDLK_RIGHTBRACKET ? 1 : -1));
+      case XK_bracketleft:
+      case XK_bracketright:
+        SetRate(m_rate + (key == XK_bracketright ? 1 : -1));
         break;
-      case SDLK_LEFT:
-      case SDLK_RIGHT:
-        Seek(key == SDLK_RIGHT ? kSeekStepMs : -static_cast<int64_t>(kSeekStepMs));
+      case XK_Left:
+      case XK_Right:
+        Seek(key == XK_Right ? kSeekStepMs : -static_cast<int64_t>(kSeekStepMs));
         break;
-      case SDLK_s:
+      case XK_s:
         Capture(std::string(m_o.file) + "-" + std::to_string(Position()) + ".jpg");
         break;
       default:
@@ -385,5 +386,5 @@ int RunPlay(int argc, char** argv) {
   if (std::string why; !session.Start(native, &why)) {
     return Fail(o.file, why);
   }
-  return RunToolSession(&session, native != nullptr);
+  return RunToolSession(&session, native != nullptr ? &window : nullptr);
 }

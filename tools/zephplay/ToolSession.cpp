@@ -1,5 +1,7 @@
 #include "ToolSession.h"
 
+#include "ToolWindow.h"
+
 #include <unistd.h>
 
 #include <atomic>
@@ -12,20 +14,17 @@ constexpr uint32_t kTickMs = 50;
 
 std::atomic<bool> g_interrupted{false};
 
-int RunWindowed(ToolSession* session) {
-  SDL_Event event;
+int RunWindowed(ToolSession* session, ToolWindow* window) {
   while (session->Tick(ToolNowMs())) {
-    if (SDL_WaitEventTimeout(&event, kTickMs) == 0) {
-      continue;
-    }
-    do {
-      if (event.type == SDL_QUIT || (event.type == SDL_KEYDOWN && !session->Key(event.key.keysym.sym))) {
+    for (auto event = window->Next(kTickMs); event.kind != ToolWindow::Event::kNone; event = window->Next(0)) {
+      if (event.kind == ToolWindow::Event::kClosed ||
+          (event.kind == ToolWindow::Event::kKey && !session->Key(event.keysym))) {
         return session->Finish();
       }
-      if (event.type == SDL_WINDOWEVENT && event.window.event == SDL_WINDOWEVENT_SIZE_CHANGED) {
+      if (event.kind == ToolWindow::Event::kResized) {
         session->WindowResized();
       }
-    } while (SDL_PollEvent(&event) != 0);
+    }
   }
   return session->Finish();
 }
@@ -39,8 +38,8 @@ int RunHeadless(ToolSession* session) {
 
 }  // namespace
 
-int RunToolSession(ToolSession* session, bool windowed) {
-  return windowed ? RunWindowed(session) : RunHeadless(session);
+int RunToolSession(ToolSession* session, ToolWindow* window) {
+  return window != nullptr ? RunWindowed(session, window) : RunHeadless(session);
 }
 
 uint32_t ToolNowMs() {

@@ -30,7 +30,7 @@ void ToolTiles::Grid(uint32_t count, uint32_t* columns, uint32_t* rows) {
 }
 
 bool ToolTiles::Open(void* parent, uint32_t count) {
-  // A connection of our own: SDL's is not ours to use from here.
+  // A connection of its own: the window's belongs to the main loop's event reading.
   m_display = XOpenDisplay(nullptr);
   if (m_display == nullptr) {
     return false;

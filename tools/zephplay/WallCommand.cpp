@@ -2,6 +2,8 @@
 // through one multi-play-back group, tiled in one window (each tile a child window handed to
 // its channel's player) or headless. The group's clock paces every channel; the progress line
 // shows the clock and how far each channel's shown picture lags behind it.
+#include <X11/keysym.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -163,22 +165,22 @@ class WallSession : public ToolSession {
     return !m_paused && !AllShown() && nowMs - m_lastNewMs < kDrainIdleMs;
   }
 
-  bool Key(SDL_Keycode key) override {
+  bool Key(unsigned long key) override {
     switch (key) {
-      case SDLK_q:
+      case XK_q:
         m_end = "quit";
         return false;
-      case SDLK_SPACE:
+      case XK_space:
         m_paused = !m_paused;
         ZEPHPLAY_MPBPause(m_group, m_paused ? 1 : 0);
         break;
-      case SDLK_PERIOD:
+      case XK_period:
         m_paused = true;
         ZEPHPLAY_MPBPlayOneFrame(m_group, ZEPHPLAY_MPB_ALL, 0, 1);
         break;
-      case SDLK_LEFTBRACKET:
-      case SDLK_RIGHTBRACKET:
-        m_o.rate = NextRate(m_o.rate, key == SDLK_RIGHTBRACKET);
+      case XK_bracketleft:
+      case XK_bracketright:
+        m_o.rate = NextRate(m_o.rate, key == XK_bracketright);
         m_paused = false;  // a new rate un-pauses the group
         ZEPHPLAY_MPBSetPlayRate(m_group, m_o.rate);
         break;
@@ -323,5 +325,5 @@ int RunWall(int argc, char** argv) {
   if (std::string what, why; !session.Start(native != nullptr ? &tiles : nullptr, &what, &why)) {
     return Fail(what.c_str(), why);
   }
-  return RunToolSession(&session, native != nullptr);
+  return RunToolSession(&session, native != nullptr ? &window : nullptr);
 }
