@@ -43,10 +43,12 @@ void ReleaseVideo() {
   }
 }
 
-// The caller's window as an SDL window: with OpenGL where the system has it (a renderer that
-// converts and scales on the graphics card), else for SDL's software renderer. The hint that
-// asks for OpenGL is process-wide, so the host's own value is put back at once.
-SDL_Window* WindowFromForeign(void* hWnd) {
+// The caller's window as an SDL window with its renderer: with OpenGL where the system has it
+// (a renderer that converts and scales on the graphics card), else for SDL's software renderer.
+// The hint that asks for OpenGL is process-wide, so the host's own value is put back at once.
+// Under the SDL mutex: SDL's window list and its OpenGL loading are not guarded, and every
+// player adopts its window on its own play thread.
+SDL_Renderer* RendererOnForeign(void* hWnd, SDL_Window** ppWindow) {
   std::lock_guard<std::mutex> guard(g_sdlMutex);
   const char* current = SDL_GetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL);
   const bool hostSet = current != nullptr;
@@ -58,7 +60,30 @@ SDL_Window* WindowFromForeign(void* hWnd) {
     window = SDL_CreateWindowFrom(hWnd);
   }
   SDL_SetHint(SDL_HINT_VIDEO_FOREIGN_WINDOW_OPENGL, hostSet ? hostValue.c_str() : nullptr);
-  return window;
+  *ppWindow = window;
+  if (window == nullptr) {
+    LogError("%s SDL_CreateWindowFrom: %s", "CDrawModule::EnsureWindow", SDL_GetError());
+    return nullptr;
+  }
+  SDL_Renderer* renderer = SDL_CreateRenderer(window, -1, SDL_RENDERER_ACCELERATED);
+  if (renderer == nullptr) {
+    renderer = SDL_CreateRenderer(window, -1, SDL_RENDERER_SOFTWARE);
+  }
+  if (renderer == nullptr) {
+    LogError("%s SDL_CreateRenderer: %s", "CDrawModule::EnsureWindow", SDL_GetError());
+  }
+  return renderer;
+}
+
+// The counterpart, under the same mutex.
+void DestroyOnForeign(SDL_Renderer* pRenderer, SDL_Window* pWindow) {
+  std::lock_guard<std::mutex> guard(g_sdlMutex);
+  if (pRenderer != nullptr) {
+    SDL_DestroyRenderer(pRenderer);
+  }
+  if (pWindow != nullptr) {
+    SDL_DestroyWindow(pWindow);  // a foreign window stays; only SDL's record of it goes
+  }
 }
 
 // FreeType is not safe for concurrent use, so every font call runs under the SDL mutex.
@@ -291,18 +316,8 @@ bool CDrawModule::EnsureWindow() {
       return false;
     }
     m_bSdlHeld = true;
-    m_pWindow = WindowFromForeign(m_hWnd);
-    if (m_pWindow == nullptr) {
-      LogError("%s SDL_CreateWindowFrom: %s", "CDrawModule::EnsureWindow", SDL_GetError());
-      DestroyWindowObjects();
-      return false;
-    }
-    m_pRenderer = SDL_CreateRenderer(m_pWindow, -1, SDL_RENDERER_ACCELERATED);
+    m_pRenderer = RendererOnForeign(m_hWnd, &m_pWindow);
     if (m_pRenderer == nullptr) {
-      m_pRenderer = SDL_CreateRenderer(m_pWindow, -1, SDL_RENDERER_SOFTWARE);
-    }
-    if (m_pRenderer == nullptr) {
-      LogError("%s SDL_CreateRenderer: %s", "CDrawModule::EnsureWindow", SDL_GetError());
       DestroyWindowObjects();
       return false;
     }
@@ -323,14 +338,9 @@ void CDrawModule::DestroyWindowObjects() {
     SDL_DestroyTexture(m_pTexture);
     m_pTexture = nullptr;
   }
-  if (m_pRenderer != nullptr) {
-    SDL_DestroyRenderer(m_pRenderer);
-    m_pRenderer = nullptr;
-  }
-  if (m_pWindow != nullptr) {
-    SDL_DestroyWindow(m_pWindow);  // a foreign window stays; only SDL's record of it goes
-    m_pWindow = nullptr;
-  }
+  DestroyOnForeign(m_pRenderer, m_pWindow);
+  m_pRenderer = nullptr;
+  m_pWindow = nullptr;
   if (m_bSdlHeld) {
     ReleaseVideo();
     m_bSdlHeld = false;
