@@ -696,13 +696,15 @@ bool CBasePlayer::TakePictureLocked(PictureInfo* pPicture) {
 // Waits for room outside the decoder lock, so that redraws and captures are never held up by
 // a paused player. A clear of the ring meanwhile (a seek) drops the picture.
 void CBasePlayer::PushWhenRoom(const PictureInfo& picture, uint32_t nGeneration) {
-  while (!m_PictureRing.Push(picture, picture.u64Stamp, nGeneration, m_pPictureRef)) {
-    if (m_PictureRing.Generation() != nGeneration || !m_PictureRing.IsFull() ||
-        m_DecodeThread.WaitStop(0)) {
-      av_frame_unref(m_pPictureRef);
-      return;
-    }
+  using Result = CPictureRing::PushResult;
+  Result result = m_PictureRing.Push(picture, picture.u64Stamp, nGeneration, m_pPictureRef);
+  while (result == Result::kFull && !m_DecodeThread.WaitStop(0)) {
     m_decodeWake.Wait(kSignalledWaitMs);
+    result = m_PictureRing.Push(picture, picture.u64Stamp, nGeneration, m_pPictureRef);
+  }
+  if (result != Result::kPushed) {
+    av_frame_unref(m_pPictureRef);
+    return;
   }
   m_playWake.Notify();
 }

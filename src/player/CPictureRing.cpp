@@ -91,14 +91,17 @@ uint32_t CPictureRing::Generation() {
   return m_nGeneration;
 }
 
-bool CPictureRing::Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration,
-                        AVFrame* pRef) {
+CPictureRing::PushResult CPictureRing::Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration,
+                                            AVFrame* pRef) {
   if (picture.pY == nullptr || picture.pU == nullptr || picture.pV == nullptr) {
-    return false;
+    return PushResult::kRefused;
   }
   CAutoLock lock(&m_lock);
-  if (nGeneration != m_nGeneration || m_nCount + (m_nCurrent >= 0 ? 1 : 0) >= 2) {
-    return false;
+  if (nGeneration != m_nGeneration) {
+    return PushResult::kStale;
+  }
+  if (m_nCount + (m_nCurrent >= 0 ? 1 : 0) >= 2) {
+    return PushResult::kFull;
   }
   const int place = (m_nNext + m_nCount) % 2;
   Release(place);
@@ -109,10 +112,10 @@ bool CPictureRing::Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t 
     target->info = picture;
     target->info.u64Stamp = u64Stamp;
   } else if (!CopyInto(target, picture, u64Stamp)) {
-    return false;
+    return PushResult::kRefused;
   }
   ++m_nCount;
-  return true;
+  return PushResult::kPushed;
 }
 
 bool CPictureRing::Advance() {

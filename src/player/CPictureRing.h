@@ -28,12 +28,17 @@ class CPictureRing {
   bool IsEmpty();
   // No place is free for a push.
   bool IsFull();
+  enum class PushResult {
+    kPushed,
+    kFull,     // no place free: worth trying again once the play thread moves on
+    kStale,    // the ring was cleared since nGeneration was read
+    kRefused,  // no planes, or their copy could not be allocated
+  };
   // Puts the picture and stamp into a free place: pRef, when it holds buffers, is a reference
   // to the picture's planes and is moved into the ring (left empty); otherwise the planes are
-  // copied. False when full, when the ring was cleared since nGeneration was read, or when the
-  // planes cannot be allocated; pRef then keeps its reference.
-  bool Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration,
-            AVFrame* pRef = nullptr);
+  // copied. Unless pushed, pRef keeps its reference.
+  PushResult Push(const PictureInfo& picture, uint64_t u64Stamp, uint32_t nGeneration,
+                  AVFrame* pRef = nullptr);
   // Changes with every Clear: a picture decoded before a clear is not pushed after it.
   uint32_t Generation();
   // Drops the current picture and makes the next waiting one current; false when none waits.
