@@ -10,10 +10,13 @@ trap 'kill $X 2> /dev/null' EXIT
 for i in $(seq 150); do [ -s "$out.display" ] && break; sleep 0.1; done
 export DISPLAY=:$(cat "$out.display")
 "$zp" wall --mute "$stream" "$stream" "$stream" "$stream" "$stream" "$stream" > "$out.wall" 2>&1 & P=$!
-for i in $(seq 20); do
-  sleep 0.3
+: > "$out.tiles"
+for i in $(seq 40); do
+  sleep 0.2
+  kill -0 $P 2> /dev/null || break
   xwd -silent -name "zephplay wall" 2> /dev/null | convert xwd:- -crop 3x2@ +repage -format "tile %[fx:mean]\n" info: \
-    > "$out.tiles" 2> /dev/null
+    > "$out.grab" 2> /dev/null
+  [ "$(grep -c '^tile' "$out.grab")" = 6 ] && cp "$out.grab" "$out.tiles"
   [ "$(grep -c 'tile 0\.0*[1-9]' "$out.tiles")" = 6 ] && break
 done
 cat "$out.tiles"
