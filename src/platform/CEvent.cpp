@@ -22,6 +22,11 @@ bool CEvent::IsSet() const {
 
 bool CEvent::Wait(uint32_t timeoutMs) const {
   std::unique_lock<std::mutex> lock(m_mutex);
+  // A zero wait only looks: a timed wait that is already over still goes to sleep in the
+  // kernel, and the loops test their stop event this way before every pass.
+  if (timeoutMs == 0) {
+    return m_bSet;
+  }
   if (timeoutMs == kInfinite) {
     m_cond.wait(lock, [this] { return m_bSet; });
     return true;
