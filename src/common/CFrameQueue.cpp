@@ -94,10 +94,13 @@ void CFrameQueue::PushHead(const QueueFrameHead& head) {
   ++m_nFrameNum;
 }
 
-int CFrameQueue::WriteFrame(const QueueFrameHead& head, const uint8_t* data) {
+int CFrameQueue::WriteFrame(const QueueFrameHead& head, const uint8_t* data, bool* pWasEmpty) {
   CAutoLock lock(&m_lock);
   if (!Fits(head.nLength) || (data == nullptr && head.nLength > 0)) {
     return 0;
+  }
+  if (pWasEmpty != nullptr) {
+    *pWasEmpty = m_nFrameNum <= 0;
   }
   CopyIn(data, head.nLength);
   PushHead(head);

@@ -30,8 +30,10 @@ class CFrameQueue {
   int Init(uint32_t maxFrames, uint32_t bytes);
 
   // Refused (0, nothing changes) when the queue holds its maximum frame count or the payload
-  // does not fit the free bytes. head.nLength bytes are copied from data.
-  int WriteFrame(const QueueFrameHead& head, const uint8_t* data);
+  // does not fit the free bytes. head.nLength bytes are copied from data. *pWasEmpty (may be
+  // null) tells whether the frame went into an empty queue: a consumer that sleeps only when
+  // the queue is empty needs waking for that frame alone.
+  int WriteFrame(const QueueFrameHead& head, const uint8_t* data, bool* pWasEmpty = nullptr);
   // As WriteFrame, the payload given in two pieces; head.nLength must be len1 + len2.
   int WriteFrame2(const QueueFrameHead& head, const uint8_t* part1, uint32_t len1, const uint8_t* part2,
                   uint32_t len2);

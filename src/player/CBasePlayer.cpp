@@ -753,9 +753,14 @@ void CBasePlayer::ResetVDecoder() {
   }
 }
 
-void CBasePlayer::NotifyVideoQueued() {
+// The decode loop sleeps on the queue only when it is empty, or when its ring is full and only
+// a key frame or data may pass. Waking it for every frame of a burst made it take the queue's
+// lock against the writer each time: the input path ran at half its speed.
+void CBasePlayer::NotifyVideoQueued(uint32_t nType, bool bWasEmpty) {
   ++m_nInputSeq;
-  m_decodeWake.Notify();
+  if (bWasEmpty || IsKeyKind(nType) || IsDataGroup(nType)) {
+    m_decodeWake.Notify();
+  }
 }
 
 bool CBasePlayer::IsInputDrained() {

@@ -129,9 +129,9 @@ class CBasePlayer {
   bool StopThreads();
   // Closes the video decoder and the audio decoder (and the sound output that uses it).
   void CloseDecoders();
-  // A video frame was queued: the decode loop looks at once, and input no longer counts as
-  // drained.
-  void NotifyVideoQueued();
+  // A video frame of nType was queued (into an empty queue when bWasEmpty): input no longer
+  // counts as drained, and the decode loop is woken when it may be waiting for that frame.
+  void NotifyVideoQueued(uint32_t nType, bool bWasEmpty);
   // Set when no more video will come (end of file): once the queue is empty the decode loop
   // takes the pictures the decoder still holds (reordering delay) and restarts it.
   void SetEndOfInput(bool bEnd) { m_nEndOfInput = bEnd ? 1 : 0; }

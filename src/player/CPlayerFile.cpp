@@ -272,11 +272,12 @@ void CPlayerFile::ReArm() {
 void CPlayerFile::QueueVideo(const uint8_t* pData, uint32_t nLength, uint32_t nType,
                              uint64_t u64Stamp) {
   const QueueFrameHead head{nType, nLength, u64Stamp};
-  if (m_VideoFrames.WriteFrame(head, pData) == 0) {
+  bool wasEmpty = false;
+  if (m_VideoFrames.WriteFrame(head, pData, &wasEmpty) == 0) {
     LogError("%s frame of %u bytes refused", "CPlayerFile::ReadFrame", nLength);
     return;
   }
-  NotifyVideoQueued();
+  NotifyVideoQueued(nType, wasEmpty);
 }
 
 void CPlayerFile::QueueAudio(const FrameHead& frame) {

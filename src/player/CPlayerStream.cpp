@@ -394,14 +394,19 @@ int CPlayerStream::InputVideoFrame(const uint8_t* pData, uint32_t nLength, uint3
     m_nWaitKey = 0;
   }
   const QueueFrameHead head{nType, nLength, u64Stamp};
-  if (m_VideoFrames.WriteFrame(head, pData) == 0) {
+  bool wasEmpty = false;
+  if (m_VideoFrames.WriteFrame(head, pData, &wasEmpty) == 0) {
     GrowVideoQueue();
-    if (m_VideoFrames.WriteFrame(head, pData) == 0) {
+    if (m_VideoFrames.WriteFrame(head, pData, &wasEmpty) == 0) {
       return -3;
     }
   }
-  NotifyVideoQueued();
-  WakePlay();
+  NotifyVideoQueued(nType, wasEmpty);
+  // Only the delay mode's buffering watches the queue itself; every other cycle waits for
+  // pictures, whose push wakes it. A wake for every frame cost the input path a quarter.
+  if (m_nStreamMode == kModeDelay && m_nPlaying == 0) {
+    WakePlay();
+  }
   return 0;
 }
 
