@@ -66,6 +66,9 @@ size_t FirstPicture(const CNalUnits& units, bool hevc) {
 }
 
 constexpr int kAacFrameSamples = 1024;
+// How long the writer sleeps when the sound worker's queue is full; it wakes sooner as the
+// worker gives a frame.
+constexpr uint32_t kSoundWaitMs = 10;
 
 // The AAC-LC AudioSpecificConfig of mono sound at `rate`: 2 bytes for a listed rate, 5 with the
 // rate written out.
@@ -294,21 +297,34 @@ int CRecWriterMp4::WriteVideoPacket(const uint8_t* data, uint32_t length, bool k
 }
 
 int CRecWriterMp4::WriteSound(const uint8_t* data, uint32_t length, uint64_t stamp) {
-  if (m_pSound == nullptr || !m_pTranscoder->Decode(data, length)) {
+  if (m_pSoundWorker == nullptr || m_pSound == nullptr) {
     return 0;
   }
-  if (m_nSoundPts < 0) {
-    const uint64_t offset = stamp > m_u64FirstStamp ? stamp - m_u64FirstStamp : 0;
-    m_nSoundPts = av_rescale(static_cast<int64_t>(offset), m_nSoundRate, 1000000);
+  if (length > CAudioTranscodeWorker::kMaxPayload) {
+    LogError("%s sound frame of %u bytes left out", "CRecWriterMp4::WriteFrame", length);
+    return 0;
+  }
+  // A full queue only holds up a conversion, which writes faster than the sound is encoded:
+  // the frames ready meanwhile go into the file, which makes room.
+  while (!m_pSoundWorker->Put(data, length, stamp)) {
+    if (WriteSoundFrames() != 0) {
+      return -1;
+    }
+    m_pSoundWorker->Wait(kSoundWaitMs);
   }
   return WriteSoundFrames();
 }
 
 int CRecWriterMp4::WriteSoundFrames() {
-  const uint8_t* frame = nullptr;
   uint32_t frameLength = 0;
-  while (m_pTranscoder->NextFrame(&frame, &frameLength)) {
-    if (WritePacket(m_pSound, frame, frameLength, m_nSoundPts, m_nSoundPts, kAacFrameSamples, true) != 0) {
+  uint64_t firstStamp = 0;
+  while (m_pSoundWorker->Take(m_pSoundFrame.get(), &frameLength, &firstStamp)) {
+    if (m_nSoundPts < 0) {
+      const uint64_t offset = firstStamp > m_u64FirstStamp ? firstStamp - m_u64FirstStamp : 0;
+      m_nSoundPts = av_rescale(static_cast<int64_t>(offset), m_nSoundRate, 1000000);
+    }
+    if (WritePacket(m_pSound, m_pSoundFrame.get(), frameLength, m_nSoundPts, m_nSoundPts, kAacFrameSamples, true) !=
+        0) {
       return -1;
     }
     m_nSoundPts += kAacFrameSamples;
@@ -318,11 +334,13 @@ int CRecWriterMp4::WriteSoundFrames() {
 
 // The sound's last partial frame and the frame the encoder looks ahead by would be lost.
 void CRecWriterMp4::FinishSound() {
-  if (m_pSound == nullptr || m_pTranscoder == nullptr || m_nSoundPts < 0) {
+  if (m_pSoundWorker == nullptr || m_pSound == nullptr) {
     return;
   }
-  m_pTranscoder->Finish();
-  WriteSoundFrames();
+  m_pSoundWorker->Finish();
+  while (WriteSoundFrames() == 0 && !m_pSoundWorker->IsDone()) {
+    m_pSoundWorker->Wait(kSoundWaitMs);
+  }
 }
 
 int CRecWriterMp4::WritePacket(AVStream* stream, const uint8_t* data, uint32_t length, int64_t pts, int64_t dts,
@@ -461,12 +479,18 @@ bool CRecWriterMp4::StartMuxer(const VideoHead& head) {
 
 // The sound track, when a transcoder takes the sound's coder type; false only without memory.
 bool CRecWriterMp4::AddSoundTrack() {
-  m_pTranscoder.reset(IAudioTranscoder::Make());
+  std::unique_ptr<IAudioTranscoder> transcoder(IAudioTranscoder::Make());
   const uint32_t coder =
       m_nSoundCoder != 0 ? m_nSoundCoder : static_cast<uint32_t>(CLibraryConfig::Instance().DefaultAudioCoder());
-  if (m_pTranscoder == nullptr || !m_pTranscoder->Open(coder, &m_nSoundRate)) {
+  if (transcoder == nullptr || !transcoder->Open(coder, &m_nSoundRate)) {
     LogInfo("%s no sound track in %s (audio coder %u)", "CRecWriterMp4::WriteFrame", m_pFormat->url, coder);
-    m_pTranscoder.reset();
+    return true;
+  }
+  m_pSoundFrame.reset(new (std::nothrow) uint8_t[CAudioTranscodeWorker::kMaxFrame]);
+  m_pSoundWorker = std::make_unique<CAudioTranscodeWorker>(std::move(transcoder));
+  if (m_pSoundFrame == nullptr || !m_pSoundWorker->Start()) {
+    LogError("%s no sound track in %s: its worker did not start", "CRecWriterMp4::WriteFrame", m_pFormat->url);
+    m_pSoundWorker.reset();
     return true;
   }
   m_pSound = avformat_new_stream(m_pFormat, nullptr);
@@ -539,7 +563,7 @@ void CRecWriterMp4::CloseLocked() {
   avcodec_free_context(&m_pParseCodec);
   m_pVideo = nullptr;
   m_pSound = nullptr;
-  m_pTranscoder.reset();
+  m_pSoundWorker.reset();
   m_nSoundCoder = 0;
   m_nSoundRate = 0;
   m_nSoundPts = -1;

@@ -5,6 +5,7 @@
 #include <queue>
 #include <vector>
 
+#include "media/CAudioTranscodeWorker.h"
 #include "media/CDecoderConfig.h"
 #include "media/CNalUnits.h"
 #include "media/CRecWriter.h"
@@ -26,7 +27,7 @@ namespace zp {
 // up to its last closed fragment. A later key frame that changes the codec or the picture size is
 // refused, and so is the video after it: one track holds one codec and size.
 // Sound from the first key frame on is decoded and stored again as mono AAC-LC through the
-// registered IAudioTranscoder, its coder type the application head's (byte 180) or the stream
+// registered IAudioTranscoder, on a thread of its own (CAudioTranscodeWorker), its coder type the application head's (byte 180) or the stream
 // attribute's, whichever came last, or else the configured default; without a transcoder the
 // file has no sound track. Data and auxiliary frames have no track.
 // Video stamps are presentation times; decode times must rise. The first frames (up to
@@ -109,7 +110,8 @@ class CRecWriterMp4 : public CRecWriter {
   AVFormatContext* m_pFormat = nullptr;
   AVStream* m_pVideo = nullptr;
   AVStream* m_pSound = nullptr;
-  std::unique_ptr<IAudioTranscoder> m_pTranscoder;
+  std::unique_ptr<CAudioTranscodeWorker> m_pSoundWorker;
+  std::unique_ptr<uint8_t[]> m_pSoundFrame;  // the frame taken from the worker
   uint32_t m_nSoundCoder = 0;  // 0: the configured default
   uint32_t m_nSoundRate = 0;
   int64_t m_nSoundPts = -1;
