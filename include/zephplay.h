@@ -174,7 +174,9 @@ typedef struct ZEPHPLAY_RECORD_INFO {
  * A path ending in ".mp4" (any case) records a fragmented MP4 file instead: the video as
  * received, the sound re-encoded to mono AAC-LC at its own rate (8000 Hz for sound that is not
  * AAC) and two bits a sample (16 kbit/s at 8000 Hz, at most 64 kbit/s), readable up to its last
- * key frame if never closed.
+ * key frame if never closed. The sound is encoded on a thread the writer starts with the file's
+ * first key frame and ends at close, so ZEPHPLAY_WriteFrame never waits for the encoder unless
+ * frames come faster than real time; a file never closed may lack the last moments of sound.
  * Returns 0; -1 when writer or path is NULL or the file cannot be created. *writer is untouched
  * on failure.
  */
