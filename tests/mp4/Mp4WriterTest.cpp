@@ -37,7 +37,7 @@ constexpr uint64_t kBase = 5000000000ull;  // recorders' stamps do not start at 
 
 struct Mp4Read {
   AVCodecID codec = AV_CODEC_ID_NONE, soundCodec = AV_CODEC_ID_NONE;
-  int width = 0, height = 0, packets = 0, sampleRate = 0;
+  int width = 0, height = 0, sampleRate = 0;
   int64_t durationUs = 0;
   std::string creationTime;
   std::vector<uint8_t> record;  // the video's decoder configuration
@@ -88,7 +88,6 @@ Mp4Read ReadMp4(const std::string& path) {
   while (av_read_frame(fmt, pkt) >= 0) {
     AVStream* st = fmt->streams[pkt->stream_index];
     if (st->codecpar->codec_type == AVMEDIA_TYPE_VIDEO) {
-      ++r.packets;
       first = first == AV_NOPTS_VALUE ? pkt->pts : first;
       r.durationUs = av_rescale_q(pkt->pts + pkt->duration - first, st->time_base, AVRational{1, 1000000});
       r.videoPtsUs.push_back(av_rescale_q(pkt->pts - first, st->time_base, AVRational{1, 1000000}));
@@ -144,10 +143,6 @@ std::vector<uint8_t> LibavformatRecord(AVCodecID id, const EncodedFrame& key, co
   return ReadMp4(path).record;
 }
 
-std::vector<EncodedFrame> Encode(VideoCodec codec, int width, int height, int frames, int gop) {
-  return samples::EncodeVideo({.codec = codec, .width = width, .height = height, .frames = frames, .gop = gop});
-}
-
 int Write(CRecWriter* w, const EncodedFrame& f, uint64_t offsetUs = 0) {
   return w->WriteFrame(f.data.data(), static_cast<uint32_t>(f.data.size()), f.key ? FRAME_TAG_I : FRAME_TAG_P,
                        kBase + offsetUs + f.stampUs, nullptr, nullptr);
@@ -164,49 +159,60 @@ std::string Utc(int year, int month, int day, int hour, int minute, int second) 
 }
 
 // Video is stored as received from the first key frame on: the frames before it are left out,
-// sound does not disturb it, what libavformat reads decodes to the source's pictures, and the
-// decoder configuration is the one libavformat makes itself from the parameter sets. The
-// creation time is SetFileBeginTime's when in use, else the head's start time. A key frame that
-// changes the codec or the size is refused, and so is the video after it.
+// sound does not disturb it, every frame is stored in the order received and presented at its
+// own stamp (B-frames come in decode order, their stamps out of order), what libavformat reads
+// decodes to the source's pictures, and the decoder configuration is the one libavformat makes
+// itself from the parameter sets (High profile's also names the chroma format and bit depths).
+// The creation time is SetFileBeginTime's when in use, else the head's start time. A key frame
+// that changes the codec or the size is refused, and so is the video after it.
 TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
+  const std::string headTime = Utc(2024, 2, 29, 23, 59, 58);
   struct Case {
-    VideoCodec codec;
+    samples::VideoParams video;
     AVCodecID id;
-    int width, height;
     uint32_t useBeginTime;
     std::string creationTime;
-    VideoCodec changedCodec;
-    int changedWidth;
-  } cases[] = {{VideoCodec::H264, AV_CODEC_ID_H264, 352, 288, 1, Utc(2025, 7, 4, 1, 2, 3), VideoCodec::H265, 352},
-               {VideoCodec::H265, AV_CODEC_ID_HEVC, 320, 240, 0, Utc(2024, 2, 29, 23, 59, 58), VideoCodec::H265, 176}};
+    samples::VideoParams changed;  // a key frame of another codec or size
+  } cases[] = {{{.frames = 40, .gop = 10}, AV_CODEC_ID_H264, 1, Utc(2025, 7, 4, 1, 2, 3),
+                {.codec = VideoCodec::H265, .frames = 1}},
+               {{.codec = VideoCodec::H265, .width = 320, .height = 240, .frames = 40, .gop = 10}, AV_CODEC_ID_HEVC, 0,
+                headTime, {.codec = VideoCodec::H265, .width = 176, .height = 240, .frames = 1}},
+               {{.frames = 40, .gop = 20, .bFrames = true, .preset = "veryfast"}, AV_CODEC_ID_H264, 0, headTime,
+                {.width = 176, .frames = 1}}};
   uint8_t head[grec::kHeadLength] = {};
   std::memcpy(head + grec::kOffStartTime, "\x18\x02\x1d\x17\x3b\x3a", 6);  // (20)24-02-29 23:59:58
   TempDir dir;
+  std::filesystem::current_path(dir.path());  // a relative name with a colon, as callers give them
+  const std::string path = "cam:1.mp4";
   for (const Case& c : cases) {
-    const std::vector<EncodedFrame> frames = Encode(c.codec, c.width, c.height, 40, 10);
-    const std::string path = (dir.path() / "clip.mp4").string();
+    const std::vector<EncodedFrame> frames = samples::EncodeVideo(c.video);
+    const size_t key = static_cast<size_t>(c.video.gop);  // the first key frame written
     CRecWriterMp4 w;
     ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
     EXPECT_EQ(w.SetFileBeginTime(c.useBeginTime, 2025, 7, 4, 3600 + 120 + 3), 0);
     EXPECT_EQ(w.SetFileHead(head, sizeof head), 0);
     const uint8_t sound[160] = {};
-    for (size_t i = 3; i < frames.size(); ++i) {  // 3 to 9 come before the first key frame
+    for (size_t i = 3; i < frames.size(); ++i) {
       EXPECT_EQ(Write(&w, frames[i]), 0) << i;
       EXPECT_EQ(w.WriteFrame(sound, sizeof sound, FRAME_TAG_WAVE, kBase + frames[i].stampUs, nullptr, nullptr), 0);
     }
     EXPECT_EQ(w.SetFileHead(head, sizeof head), -1);  // the MP4 head is written by now
-    EXPECT_EQ(Write(&w, Encode(c.changedCodec, c.changedWidth, c.height, 1, 1)[0], 2000000), -1);
-    EXPECT_EQ(Write(&w, frames[10], 2100000), -1);
+    EXPECT_EQ(Write(&w, samples::EncodeVideo({c.changed})[0], 2000000), -1);
+    EXPECT_EQ(Write(&w, frames[key], 2100000), -1);
     EXPECT_EQ(w.CloseWriter(), 0);
     const Mp4Read r = ReadMp4(path);
     EXPECT_EQ(r.codec, c.id);
-    EXPECT_EQ(std::pair(r.width, r.height), std::pair(c.width, c.height));
-    EXPECT_EQ(r.packets, 30);
-    EXPECT_NEAR(r.durationUs, 30 * 40000, 40000);
+    EXPECT_EQ(std::pair(r.width, r.height), std::pair(c.video.width, c.video.height));
+    std::vector<int64_t> stamps;
+    for (size_t i = key; i < frames.size(); ++i) {
+      stamps.push_back(static_cast<int64_t>(frames[i].stampUs - frames[key].stampUs));
+    }
+    EXPECT_EQ(r.videoPtsUs, stamps);
+    EXPECT_NEAR(r.durationUs, stamps.size() * 40000, 40000);
     EXPECT_EQ(r.creationTime, c.creationTime);
-    EXPECT_EQ(r.record, LibavformatRecord(c.id, frames[10], (dir.path() / "reference.mp4").string()));
-    const std::vector<test::Picture> expected = test::DecodeAllPictures(c.id == AV_CODEC_ID_H264 ? "h264" : "hevc", frames, 10);
-    ASSERT_EQ(expected.size(), 30u);
+    EXPECT_EQ(r.record, LibavformatRecord(c.id, frames[key], (dir.path() / "reference.mp4").string()));
+    const auto expected = test::DecodeAllPictures(c.id == AV_CODEC_ID_H264 ? "h264" : "hevc", frames, key);
+    ASSERT_EQ(expected.size(), frames.size() - key);
     EXPECT_TRUE(r.pictures == expected);
   }
 }
@@ -224,7 +230,7 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
   } cases[] = {{samples::AudioCodec::G711A, 8000, 75, 28.0, true},
                {samples::AudioCodec::AacAdts, 16000, 24, 22.0, false}};
   CRecAudioTranscoder::Register();
-  const std::vector<EncodedFrame> video = Encode(VideoCodec::H264, 176, 144, 38, 50);
+  const auto video = samples::EncodeVideo({.width = 176, .height = 144, .frames = 38, .gop = 50});
   TempDir dir;
   for (const Case& c : cases) {
     const samples::AudioParams a{.codec = c.codec, .sampleRate = c.rate, .frames = c.frames};
@@ -260,35 +266,10 @@ TEST(Mp4Writer, ReencodesSoundToAac) {
   }
 }
 
-// B-frames come in decode order with their stamps out of order: every frame is stored in that
-// order and presented at its own stamp. (The preset gives High profile, whose decoder
-// configuration also names the chroma format and bit depths.)
-TEST(Mp4Writer, StoresBFramesInDecodeOrderAtTheirStamps) {
-  const std::vector<EncodedFrame> frames =
-      samples::EncodeVideo({.frames = 40, .gop = 20, .bFrames = true, .preset = "veryfast"});
-  TempDir dir;
-  std::filesystem::current_path(dir.path());  // a relative name with a colon, as callers give them
-  const std::string path = "cam:1.mp4";
-  CRecWriterMp4 w;
-  ASSERT_EQ(w.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
-  for (const EncodedFrame& f : frames) {
-    EXPECT_EQ(Write(&w, f), 0);
-  }
-  w.CloseWriter();
-  const Mp4Read r = ReadMp4(path);
-  std::vector<int64_t> stamps;
-  for (const EncodedFrame& f : frames) {
-    stamps.push_back(static_cast<int64_t>(f.stampUs - frames[0].stampUs));
-  }
-  EXPECT_EQ(r.videoPtsUs, stamps);
-  EXPECT_EQ(r.record, LibavformatRecord(AV_CODEC_ID_H264, frames[0], (dir.path() / "reference.mp4").string()));
-  EXPECT_TRUE(r.pictures == test::DecodeAllPictures("h264", frames));
-}
-
 // A writer killed mid-recording leaves every fragment closed before the kill readable: a
 // fragment closes when the next key frame arrives.
 TEST(Mp4Writer, KilledRecordingReadsToLastClosedFragment) {
-  const std::vector<EncodedFrame> frames = Encode(VideoCodec::H264, 352, 288, 60, 10);
+  const std::vector<EncodedFrame> frames = samples::EncodeVideo({.frames = 60, .gop = 10});
   TempDir dir;
   const std::string path = (dir.path() / "killed.mp4").string();
   const pid_t child = fork();
