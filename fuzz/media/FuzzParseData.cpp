@@ -1,5 +1,6 @@
-// CParseData fed arbitrary bytes in arbitrary pieces: every frame it returns lies inside the
-// bytes held, and a refused piece changes nothing.
+// CParseData fed arbitrary bytes in arbitrary pieces: every frame it returns, and the part of
+// a frame under way that it lends, lies inside the bytes held, and a refused piece changes
+// nothing.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -53,6 +54,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     parser.Compact();
     Check(parser.GetFreeSize() >= 0 && parser.GetFreeSize() <= static_cast<int32_t>(capacity));
+    zp::CParseData::PendingFrame pending;
+    if (parser.GetPendingFrame(&pending)) {
+      const int32_t heldNow = static_cast<int32_t>(capacity) - parser.GetFreeSize();
+      Check(pending.nMissing > 0 && static_cast<int64_t>(pending.nHeld) + pending.nMissing <= capacity &&
+            static_cast<int64_t>(pending.nHeld) <= heldNow);
+      volatile uint8_t sink = pending.nHeld > 0 ? pending.pHeld[pending.nHeld - 1] : 0;
+      (void)sink;
+    }
   }
   return 0;
 }

@@ -108,13 +108,16 @@ int CFrameQueue::WriteFrame(const QueueFrameHead& head, const uint8_t* data, boo
 }
 
 int CFrameQueue::WriteFrame2(const QueueFrameHead& head, const uint8_t* part1, uint32_t len1, const uint8_t* part2,
-                             uint32_t len2) {
+                             uint32_t len2, bool* pWasEmpty) {
   CAutoLock lock(&m_lock);
   if (static_cast<uint64_t>(len1) + len2 != head.nLength || !Fits(head.nLength)) {
     return 0;
   }
   if ((part1 == nullptr && len1 > 0) || (part2 == nullptr && len2 > 0)) {
     return 0;
+  }
+  if (pWasEmpty != nullptr) {
+    *pWasEmpty = m_nFrameNum <= 0;
   }
   CopyIn(part1, len1);
   CopyIn(part2, len2);

@@ -36,7 +36,7 @@ class CFrameQueue {
   int WriteFrame(const QueueFrameHead& head, const uint8_t* data, bool* pWasEmpty = nullptr);
   // As WriteFrame, the payload given in two pieces; head.nLength must be len1 + len2.
   int WriteFrame2(const QueueFrameHead& head, const uint8_t* part1, uint32_t len1, const uint8_t* part2,
-                  uint32_t len2);
+                  uint32_t len2, bool* pWasEmpty = nullptr);
 
   // Takes the oldest frame; dest may be null to discard the payload. 0 when empty.
   int Pop(QueueFrameHead* head, uint8_t* dest);

@@ -119,4 +119,22 @@ void CParseData::Compact() {
   KeepTail(m_nParsePos);
 }
 
+bool CParseData::GetPendingFrame(PendingFrame* pending) const {
+  if (m_nParsePos != 0 || m_nDataLength < kSyncMinimum || FindSync(m_pBuffer, 0, m_nDataLength) != 0) {
+    return false;
+  }
+  const uint32_t tag = ReadU32(m_pBuffer);
+  const int64_t headLength = GetHeadLength(tag);
+  const int64_t total = headLength + static_cast<int64_t>(ReadU32(m_pBuffer + 4));
+  if (headLength > m_nDataLength || total <= m_nDataLength || total > m_nCapacity) {
+    return false;
+  }
+  pending->nTag = tag;
+  pending->u64Stamp = GetStamp(m_pBuffer, tag);
+  pending->pHeld = m_pBuffer + headLength;
+  pending->nHeld = static_cast<uint32_t>(m_nDataLength - headLength);
+  pending->nMissing = static_cast<uint32_t>(total - m_nDataLength);
+  return true;
+}
+
 }  // namespace zp

@@ -41,6 +41,20 @@ class CParseData {
   void ReleaseFrame(StreamFrame* frame);
   // Moves the unconsumed bytes to the buffer start.
   void Compact();
+
+  // The frame under way when, after Compact, the buffer holds nothing but its start: its tag
+  // and stamp (its head is whole), the payload bytes held and how many more complete it. A
+  // feeder that has those bytes at hand may take the frame from the two parts itself and Reset,
+  // which spares copying them in: the frame is exactly the one GetFrame would give. False in
+  // every other state, and for a frame that could never fit the buffer.
+  struct PendingFrame {
+    uint32_t nTag = 0;
+    uint64_t u64Stamp = 0;
+    const uint8_t* pHeld = nullptr;
+    uint32_t nHeld = 0;
+    uint32_t nMissing = 0;
+  };
+  bool GetPendingFrame(PendingFrame* pending) const;
   int32_t GetFreeSize() const { return m_nCapacity - m_nDataLength; }
 
   // Offset of the first recognised stream tag at or after `start` that leaves at least 8 bytes

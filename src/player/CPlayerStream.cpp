@@ -305,6 +305,11 @@ int CPlayerStream::InputStreamData(const uint8_t* pData, uint32_t nLength) {
   // frame under way.
   uint32_t at = 0;
   while (at < nLength) {
+    const uint32_t finished = FinishPendingFrame(pData + at, nLength - at);
+    if (finished != 0) {
+      at += finished;
+      continue;
+    }
     const auto room = static_cast<uint32_t>(std::max<int32_t>(m_pParser->GetFreeSize(), 0));
     if (room == 0) {
       if (DrainParser() != 0) {
@@ -348,6 +353,25 @@ int CPlayerStream::DrainParser() {
   return result;
 }
 
+// A frame's last bytes go into the video queue straight from the caller's piece instead of
+// through the parser's buffer: that copy was as dear as the whole parser.
+uint32_t CPlayerStream::FinishPendingFrame(const uint8_t* pPiece, uint32_t nLength) {
+  CParseData::PendingFrame frame;
+  if (!m_pParser->GetPendingFrame(&frame) || frame.nMissing > nLength) {
+    return 0;
+  }
+  const uint32_t kind = Class(frame.nTag);
+  if (kind != kKeyClass && kind != kPredictedClass) {
+    return 0;  // sound is cut into codec frames as it is queued
+  }
+  const uint32_t type = MapParsedType(frame.nTag);
+  if (InputVideoParts(frame.pHeld, frame.nHeld, pPiece, frame.nMissing, type, frame.u64Stamp, false) != 0) {
+    return 0;  // the parser's way grows the queue, logs and holds the frame back as it always did
+  }
+  m_pParser->Reset();
+  return frame.nMissing;
+}
+
 int CPlayerStream::InputFrameData(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp,
                                   bool bFromCaller) {
   if (pData == nullptr) {
@@ -387,17 +411,25 @@ int CPlayerStream::InputFrameData(const uint8_t* pData, uint32_t nLength, uint32
 }
 
 int CPlayerStream::InputVideoFrame(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp) {
+  return InputVideoParts(pData, nLength, nullptr, 0, nType, u64Stamp, true);
+}
+
+int CPlayerStream::InputVideoParts(const uint8_t* pPart1, uint32_t nLength1, const uint8_t* pPart2,
+                                   uint32_t nLength2, uint32_t nType, uint64_t u64Stamp, bool bGrow) {
   if (m_nWaitKey != 0) {
     if ((nType & 0xFFFFFFF0u) != kKeyWaitType) {
       return 0;
     }
     m_nWaitKey = 0;
   }
-  const QueueFrameHead head{nType, nLength, u64Stamp};
+  const QueueFrameHead head{nType, nLength1 + nLength2, u64Stamp};
   bool wasEmpty = false;
-  if (m_VideoFrames.WriteFrame(head, pData, &wasEmpty) == 0) {
+  if (m_VideoFrames.WriteFrame2(head, pPart1, nLength1, pPart2, nLength2, &wasEmpty) == 0) {
+    if (!bGrow) {
+      return -3;
+    }
     GrowVideoQueue();
-    if (m_VideoFrames.WriteFrame(head, pData, &wasEmpty) == 0) {
+    if (m_VideoFrames.WriteFrame2(head, pPart1, nLength1, pPart2, nLength2, &wasEmpty) == 0) {
       return -3;
     }
   }

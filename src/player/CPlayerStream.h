@@ -93,6 +93,13 @@ class CPlayerStream : public CBasePlayer {
 
  private:
   int InputVideoFrame(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp);
+  // The same, the payload in two parts; without bGrow a full queue refuses at once, neither
+  // growing nor logging.
+  int InputVideoParts(const uint8_t* pPart1, uint32_t nLength1, const uint8_t* pPart2, uint32_t nLength2,
+                      uint32_t nType, uint64_t u64Stamp, bool bGrow);
+  // Completes the parser's video frame under way from the piece when the piece holds the rest;
+  // the bytes of the piece used (0: none, the piece takes the parser's way).
+  uint32_t FinishPendingFrame(const uint8_t* pPiece, uint32_t nLength);
   int InputAudioFrame(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp);
   void GrowVideoQueue();
   void PushAudio(const QueueFrameHead& head, const uint8_t* pData);
