@@ -95,16 +95,7 @@ void CFrameQueue::PushHead(const QueueFrameHead& head) {
 }
 
 int CFrameQueue::WriteFrame(const QueueFrameHead& head, const uint8_t* data, bool* pWasEmpty) {
-  CAutoLock lock(&m_lock);
-  if (!Fits(head.nLength) || (data == nullptr && head.nLength > 0)) {
-    return 0;
-  }
-  if (pWasEmpty != nullptr) {
-    *pWasEmpty = m_nFrameNum <= 0;
-  }
-  CopyIn(data, head.nLength);
-  PushHead(head);
-  return 1;
+  return WriteFrame2(head, data, head.nLength, nullptr, 0, pWasEmpty);
 }
 
 int CFrameQueue::WriteFrame2(const QueueFrameHead& head, const uint8_t* part1, uint32_t len1, const uint8_t* part2,
