@@ -73,13 +73,9 @@ struct Group {
     std::lock_guard<std::mutex> lock(slot->group->m);
     slot->group->decodedWidths[slot->channel].push_back(width);
   }
-  size_t Count(size_t channel) {
+  std::vector<Shown> Seen(size_t channel) {
     std::lock_guard<std::mutex> lock(m);
-    return shown[channel].size();
-  }
-  uint64_t LastShown(size_t channel) {
-    std::lock_guard<std::mutex> lock(m);
-    return shown[channel].empty() ? 0 : shown[channel].back().stamp;
+    return shown[channel];
   }
   uint64_t Clock() {
     uint64_t stamp = 0;
@@ -119,7 +115,8 @@ TEST(GroupExports, ChannelsPlayInStepWithTheClock) {
   }
   ASSERT_TRUE(WaitUntil([&] {
     for (size_t c = 0; c < kChannels; ++c) {
-      if (group.LastShown(c) != kBase + c * kOffsetUs + video[c].back().stampUs) {
+      const auto seen = group.Seen(c);
+      if (seen.empty() || seen.back().stamp != kBase + c * kOffsetUs + video[c].back().stampUs) {
         return false;
       }
     }
@@ -155,7 +152,7 @@ TEST(GroupExports, PauseRateAndStampSetters) {
               0)
         << "a group of one takes any channel";
   }
-  ASSERT_TRUE(WaitUntil([&] { return group.Count(0) >= 3; }));
+  ASSERT_TRUE(WaitUntil([&] { return group.Seen(0).size() >= 3; }));
   EXPECT_EQ(ZEPHPLAY_MPBPause(group.h, 1), 0);
   const uint64_t paused = group.Clock();
   std::this_thread::sleep_for(150ms);

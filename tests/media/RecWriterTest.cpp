@@ -12,10 +12,7 @@
 #include "media/CRecWriterGrec.h"
 
 using namespace zp;
-using mediatest::Frame;
-using mediatest::Open;
-using mediatest::ReadBytes;
-using mediatest::Record;
+using namespace mediatest;
 
 namespace {
 
@@ -81,7 +78,7 @@ Layout ReadLayout(const std::string& path) {
   return out;
 }
 
-void ExpectSameFrames(const std::vector<mediatest::Read>& got, const std::vector<Frame>& want) {
+void ExpectSameFrames(const std::vector<Read>& got, const std::vector<Frame>& want) {
   ASSERT_EQ(got.size(), want.size());
   for (size_t i = 0; i < want.size(); ++i) {
     const uint32_t type = TagKind(want[i].tag) == FRAME_TAG_AUDIO ? FRAME_TAG_WAVE : TagKind(want[i].tag);
@@ -132,21 +129,20 @@ TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
   EXPECT_EQ(hms >> 24, 0u);
   // Trailer: the two key frames and the data frame, in writing order.
   ASSERT_TRUE(layout.trailerFound);
-  ASSERT_EQ(layout.trailer.size(), 3u);
-  EXPECT_EQ(layout.trailer[0].offset, 512u);
-  EXPECT_EQ(layout.trailer[0].kind, FRAME_TAG_I);
-  EXPECT_EQ(layout.trailer[0].tod, (hms & 0xFF) * 3600 + ((hms >> 8) & 0xFF) * 60 + ((hms >> 16) & 0xFF));
-  EXPECT_EQ(layout.trailer[1].kind, FRAME_TAG_DATA);
-  EXPECT_EQ(layout.trailer[1].tod, 0u);
-  EXPECT_EQ(layout.trailer[1].stamp, 1060000u);
-  EXPECT_EQ(layout.trailer[2].offset, layout.frames[5].offset);
-  EXPECT_EQ(layout.trailer[2].stamp, 1120000u);
-  // Without a begin time the head's start time is the first entry's time of day.
-  EXPECT_EQ(b[40] * 3600 + b[41] * 60 + b[42], static_cast<int>(layout.trailer[0].tod));
-  EXPECT_EQ(b[46] * 3600 + b[47] * 60 + b[48], static_cast<int>(layout.trailer[2].tod));
+  const auto& t = layout.trailer;
+  ASSERT_EQ(t.size(), 3u);
+  const uint32_t tod = (hms & 0xFF) * 3600 + ((hms >> 8) & 0xFF) * 60 + ((hms >> 16) & 0xFF);
+  EXPECT_EQ(std::tie(t[0].offset, t[0].kind, t[0].tod), std::make_tuple(512u, FRAME_TAG_I, tod));
+  EXPECT_EQ(std::tie(t[1].kind, t[1].tod, t[1].stamp), std::make_tuple(FRAME_TAG_DATA, 0u, uint64_t{1060000}));
+  EXPECT_EQ(std::tie(t[2].offset, t[2].stamp), std::make_tuple(uint32_t(layout.frames[5].offset), uint64_t{1120000}));
+  // Without a begin time the head's start and end times are the first and last entries' times of day.
+  EXPECT_EQ(b[40] * 3600 + b[41] * 60 + b[42], static_cast<int>(tod));
+  EXPECT_EQ(b[46] * 3600 + b[47] * 60 + b[48], static_cast<int>(t[2].tod));
 }
 
-TEST(RecWriterGrec, OffsetsReportedAndIndexOnlyWhenNeeded) {
+// One writer, closed and opened again on a second file. The refusals of a short head and a bad
+// date are the recording exports' test.
+TEST(RecWriterGrec, OffsetsIndexOnlyWhenNeededBeginTimeAndHead) {
   TempDir dir;
   const std::string path = (dir.path() / "p.grec").string();
   CRecWriterGrec writer;
@@ -165,25 +161,18 @@ TEST(RecWriterGrec, OffsetsReportedAndIndexOnlyWhenNeeded) {
   const auto bytes = ReadBytes(path);
   EXPECT_EQ(ReadU32(&bytes[68]), 0u);
   EXPECT_EQ(bytes.size(), 512u + 56 + 40);
-  EXPECT_EQ(writer.OpenWriter((dir.path() / "no" / "such" / "dir.grec").c_str(), 1), -1);
-}
 
-// The refusals of a short head and a bad date are the recording exports' test.
-TEST(RecWriterGrec, BeginTimeAndApplicationHead) {
-  TempDir dir;
-  const std::string path = (dir.path() / "h.grec").string();
-  CRecWriterGrec writer;
-  ASSERT_EQ(writer.OpenWriter(path.c_str(), CRecWriter::kNarrowPath), 0);
+  const std::string headed = (dir.path() / "h.grec").string();
+  ASSERT_EQ(writer.OpenWriter(headed.c_str(), CRecWriter::kNarrowPath), 0);
   std::vector<uint8_t> head(456, 0xCC);
   WriteU32(&head[0], 0x12345678);
   WriteU32(&head[68], 0xDEAD);  // the writer's own field: ignored
   WriteU32(&head[72], 0);
   ASSERT_EQ(writer.SetFileHead(head.data(), 456), 0);
   EXPECT_EQ(writer.SetFileBeginTime(1, 2025, 12, 31, 23 * 3600 + 59 * 60 + 58), 0);
-  const std::vector<uint8_t> data(8, 1);
   ASSERT_EQ(writer.WriteFrame(data.data(), 8, FRAME_TAG_I, 10, nullptr, nullptr), 0);
   writer.CloseWriter();
-  const auto b = ReadBytes(path);
+  const auto b = ReadBytes(headed);
   EXPECT_EQ(std::make_tuple(b[100], b[455], b[456]), std::make_tuple(0xCC, 0xCC, 0));
   EXPECT_EQ(std::vector<uint8_t>(&b[37], &b[43]), (std::vector<uint8_t>{25, 12, 31, 23, 59, 58}));
   EXPECT_EQ(std::vector<uint8_t>(&b[43], &b[49]), std::vector<uint8_t>(6, 0xCC));  // end time kept from the head
@@ -192,8 +181,8 @@ TEST(RecWriterGrec, BeginTimeAndApplicationHead) {
 
 TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
   TempDir dir;
-  const auto first = mediatest::MakeFrames(1, 50, 10, true);
-  auto second = mediatest::MakeFrames(2, 30, 10, true);
+  const auto first = MakeFrames(1, 50, 10, true);
+  auto second = MakeFrames(2, 30, 10, true);
   for (Frame& f : second) {
     f.stampUs += 10000000;
   }
@@ -214,7 +203,7 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
   all.insert(all.end(), second.begin(), second.end());
   auto reader = Open(path);
   ASSERT_NE(reader, nullptr);
-  ExpectSameFrames(mediatest::ReadAll(reader.get()), all);
+  ExpectSameFrames(ReadAll(reader.get()), all);
 
   // A file that is no recording is started again.
   const std::string other = (dir.path() / "junk.grec").string();
@@ -230,7 +219,7 @@ TEST(RecWriterGrec, ReopenedRecordingIsAppendedTo) {
 TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
   TempDir dir;
   const std::string path = (dir.path() / "killed.grec").string();
-  const auto frames = mediatest::MakeFrames(3, 120, 25, true);
+  const auto frames = MakeFrames(3, 120, 25, true);
   const pid_t child = fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
@@ -265,7 +254,7 @@ TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
   ASSERT_GT(reached.size(), frames.size() / 2);
   auto reader = Open(path);
   ASSERT_NE(reader, nullptr);
-  ExpectSameFrames(mediatest::ReadAll(reader.get()), reached);
+  ExpectSameFrames(ReadAll(reader.get()), reached);
   FileInfo info;
   reader->GetFileInfo(&info);
   EXPECT_EQ(info.u64FileBegPts, frames[0].stampUs);

@@ -23,6 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using zp::CPlayerFile;
+using zp::samples::VideoCodec;
 using zp::test::Picture;
 
 constexpr auto kDeadline = 30s;
@@ -30,14 +31,12 @@ constexpr auto kDeadline = 30s;
 struct Recording {
   std::string path;
   std::vector<zp::samples::EncodedFrame> video;
-  bool hevc = false;
 };
 
 Recording MakeRecording(const TempDir& dir, const std::string& name, int videoFrames, int gop, bool audio,
-                        zp::samples::VideoCodec codec = zp::samples::VideoCodec::H264, bool bFrames = false) {
+                        VideoCodec codec = VideoCodec::H264, bool bFrames = false) {
   Recording rec;
   rec.path = (dir.path() / name).string();
-  rec.hevc = codec == zp::samples::VideoCodec::H265;
   rec.video = zp::samples::EncodeVideo({.codec = codec, .frames = videoFrames, .gop = gop, .bFrames = bFrames});
   const auto sound = audio ? zp::samples::EncodeAudio({.codec = zp::samples::AudioCodec::HisiG711A,
                                                        .frames = videoFrames * 2})
@@ -95,34 +94,30 @@ uint32_t PlayTime(CPlayerFile* player) {
   return ms;
 }
 
-bool WaitPlayTime(CPlayerFile* player, uint32_t ms) {
-  return zp::test::WaitUntil([&] { return PlayTime(player) >= ms; });
-}
-
 // Every frame is decoded once, as libavcodec decodes it, with its own stamp (B-frames too); the
 // end comes once and comes again after a seek has read frames anew.
 TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
   TempDir dir;
   struct Case {
     const char* name;
-    zp::samples::VideoCodec codec;
-    bool bFrames;
-    bool audio;
+    VideoCodec codec;
+    bool bFrames, audio;
   };
-  const Case cases[] = {{"h264.grec", zp::samples::VideoCodec::H264, false, true},
-                        {"h264b.grec", zp::samples::VideoCodec::H264, true, false},
-                        {"hevc.grec", zp::samples::VideoCodec::H265, false, true},
-                        {"h264.mpg", zp::samples::VideoCodec::H264, true, true}};
+  const Case cases[] = {{"h264.grec", VideoCodec::H264, false, true},
+                        {"h264b.grec", VideoCodec::H264, true, false},
+                        {"hevc.grec", VideoCodec::H265, false, true},
+                        {"h264.mpg", VideoCodec::H264, true, true}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
+    const bool hevc = c.codec == VideoCodec::H265;
 #ifdef __SANITIZE_THREAD__
     // libavcodec's HEVC frame threads are not instrumented: their hand-over reads as a race.
-    if (c.codec == zp::samples::VideoCodec::H265) {
+    if (hevc) {
       continue;
     }
 #endif
     const Recording rec = MakeRecording(dir, c.name, 30, 10, c.audio, c.codec, c.bFrames);
-    const auto reference = zp::test::DecodeAllPictures(rec.hevc ? "hevc" : "h264", rec.video);
+    const auto reference = zp::test::DecodeAllPictures(hevc ? "hevc" : "h264", rec.video);
     ASSERT_EQ(reference.size(), rec.video.size());
 
     Observer seen;
@@ -155,7 +150,7 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   CPlayerFile player;
   ASSERT_EQ(player.OpenFile(rec.path.c_str(), 0), 0);
   ASSERT_EQ(player.Play(), 0);
-  ASSERT_TRUE(WaitPlayTime(&player, 200));
+  ASSERT_TRUE(zp::test::WaitUntil([&] { return PlayTime(&player) >= 200; }));
   EXPECT_EQ(player.Pause(1), 0);
   std::this_thread::sleep_for(50ms);
   const uint32_t pausedAt = PlayTime(&player);
@@ -196,7 +191,7 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
 
   EXPECT_EQ(player.Pause(0), 0);
   const uint32_t resumedAt = PlayTime(&player);
-  EXPECT_TRUE(WaitPlayTime(&player, resumedAt + 200));
+  EXPECT_TRUE(zp::test::WaitUntil([&] { return PlayTime(&player) >= resumedAt + 200; }));
   EXPECT_EQ(player.Close(), 0);
   EXPECT_EQ(player.Play(), 1);
 }
@@ -240,16 +235,12 @@ TEST(PlayerFile, ControlsFromManyThreadsWhilePlaying) {
             0);
 }
 
-size_t ThreadCount() {
-  return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
-}
-
 // Opening, playing and closing many players in a row leaves no thread behind and never hangs.
 TEST(PlayerFile, OpenPlayClose200Times) {
   TempDir dir;
   const Recording rec = MakeRecording(dir, "short.grec", 10, 25, true);
-  size_t threadsBefore = 0;
-  size_t threadsAfter = 0;
+  const auto ThreadCount = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}); };
+  ptrdiff_t threadsBefore = 0, threadsAfter = 0;
   zp::test::RunWithDeadline("open-play-close", [&] {
     for (int i = 0; i < 200; ++i) {
       if (i == 1) {

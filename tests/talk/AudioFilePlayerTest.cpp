@@ -9,6 +9,7 @@
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
+#include <tuple>
 #include <utility>
 
 #include "audio/DiskAudio.h"
@@ -52,73 +53,61 @@ std::string WriteFile(const std::string& name, const std::vector<std::vector<uin
 
 using Message = std::pair<int32_t, uint32_t>;  // code, seconds
 
-// A player with its messages recorded.
-class Player {
- public:
+// A player with its messages recorded; a failing time getter reads as 0xFFFFFFFF.
+struct Player {
+  ZEPHPLAY_AFP* handle = nullptr;
+  std::mutex mutex;
+  std::condition_variable cv;
+  std::vector<Message> messages;
+
   Player() {
-    EXPECT_EQ(ZEPHPLAY_AFPOpen(&handle_), 0);
-    EXPECT_EQ(ZEPHPLAY_AFPSetFUNMsgCB(handle_, reinterpret_cast<uint64_t>(this), &Player::OnMessage), 0);
+    EXPECT_EQ(ZEPHPLAY_AFPOpen(&handle), 0);
+    EXPECT_EQ(ZEPHPLAY_AFPSetFUNMsgCB(handle, reinterpret_cast<uint64_t>(this), &Player::OnMessage), 0);
   }
-  ~Player() { ZEPHPLAY_AFPClose(handle_); }
-  ZEPHPLAY_AFP* handle() const { return handle_; }
-
-  uint32_t Total() const { return Get(&ZEPHPLAY_AFPGetTotalTime); }
-  uint32_t Played() const { return Get(&ZEPHPLAY_AFPGetPlayTime); }
-
-  bool WaitForEnd(int timeoutMs = 20000) {
-    std::unique_lock<std::mutex> lock(mutex_);
-    return cv_.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                        [&] { return !messages_.empty() && messages_.back().first == 2; });
-  }
-  std::vector<Message> Messages() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return messages_;
-  }
-
- private:
+  ~Player() { ZEPHPLAY_AFPClose(handle); }
   static void OnMessage(int32_t code, uint32_t seconds, uint64_t user) {
     auto* self = reinterpret_cast<Player*>(user);
-    std::lock_guard<std::mutex> lock(self->mutex_);
-    self->messages_.emplace_back(code, seconds);
-    self->cv_.notify_all();
+    std::lock_guard<std::mutex> lock(self->mutex);
+    self->messages.emplace_back(code, seconds);
+    self->cv.notify_all();
   }
   uint32_t Get(int32_t (*getter)(ZEPHPLAY_AFP*, uint32_t*)) const {
     uint32_t ms = 0xFFFFFFFF;
-    return getter(handle_, &ms) == 0 ? ms : 0xFFFFFFFF;
+    return getter(handle, &ms) == 0 ? ms : 0xFFFFFFFF;
   }
-
-  ZEPHPLAY_AFP* handle_ = nullptr;
-  std::mutex mutex_;
-  std::condition_variable cv_;
-  std::vector<Message> messages_;
+  uint32_t Total() const { return Get(&ZEPHPLAY_AFPGetTotalTime); }
+  uint32_t Played() const { return Get(&ZEPHPLAY_AFPGetPlayTime); }
+  bool WaitForEnd() {
+    std::unique_lock<std::mutex> lock(mutex);
+    return cv.wait_for(lock, std::chrono::seconds(20), [&] { return !messages.empty() && messages.back().first == 2; });
+  }
 };
 
 TEST(AudioFilePlayer, PlaysToTheEndWithProgress) {
   DiskAudio disk(1);
-  struct Case {
-    uint32_t coder;
-    uint32_t frameMs;
-  };
-  for (const Case& c : {Case{25, 21}, Case{12, 128}}) {
-    SCOPED_TRACE(c.coder);
-    const size_t frames = c.coder == 25 ? 150 : 20;
-    const std::string path = WriteFile("afp" + std::to_string(c.coder), AacFrames(c.coder, frames));
+  // Coder 25 makes 21 ms frames, coder 12 makes 128 ms frames.
+  for (const auto& [coder, frameMs, frames] : {std::tuple{25u, 21u, 150u}, std::tuple{12u, 128u, 20u}}) {
+    SCOPED_TRACE(coder);
+    const std::string path = WriteFile("afp" + std::to_string(coder), AacFrames(coder, frames));
     Player player;
-    ASSERT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), path.c_str()), 0);
-    EXPECT_EQ(player.Total(), frames * c.frameMs);
+    ASSERT_EQ(ZEPHPLAY_AFPStartPlay(player.handle, path.c_str()), 0);
+    EXPECT_EQ(player.Total(), frames * frameMs);
     ASSERT_TRUE(player.WaitForEnd());
     EXPECT_EQ(player.Played(), player.Total());
     // Progress when a frame ends within its own length past a whole second; the end once.
     std::vector<Message> expected;
-    for (uint32_t t = c.frameMs; t <= frames * c.frameMs; t += c.frameMs) {
-      if (t % 1000 <= c.frameMs) {
+    for (uint32_t t = frameMs; t <= frames * frameMs; t += frameMs) {
+      if (t % 1000 <= frameMs) {
         expected.emplace_back(1, t / 1000);
       }
     }
-    expected.emplace_back(2, static_cast<uint32_t>(frames * c.frameMs / 1000));
+    expected.emplace_back(2, frames * frameMs / 1000);
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(player.Messages(), expected);
-    ASSERT_EQ(ZEPHPLAY_AFPStopPlay(player.handle()), 0);
+    {
+      std::lock_guard<std::mutex> lock(player.mutex);
+      EXPECT_EQ(player.messages, expected);
+    }
+    ASSERT_EQ(ZEPHPLAY_AFPStopPlay(player.handle), 0);
     EXPECT_EQ(player.Played(), player.Total());  // the position outlives stop
   }
   // The tone was heard, not only silence.
@@ -131,7 +120,6 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
   std::vector<std::vector<uint8_t>> frames = AacFrames(25, 4);
   std::vector<std::vector<uint8_t>> broken = frames;
   broken[2][1] = 0x0F;  // the third frame's sync word
-  std::vector<std::vector<uint8_t>> big = {frames[0]};
   struct Case {
     const char* name;
     std::vector<std::vector<uint8_t>> content;
@@ -143,8 +131,8 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
   const Case cases[] = {
       {"empty", {}, 0, false, 1, 0},
       {"garbage", {{1, 2, 3, 4, 5, 6, 7, 8, 9}}, 0, false, 1, 0},
-      {"100MiB", big, 100u << 20, false, 1, 0},
-      {"under100MiB", big, (100u << 20) - 1, false, 0, 21},
+      {"100MiB", {frames[0]}, 100u << 20, false, 1, 0},
+      {"under100MiB", {frames[0]}, (100u << 20) - 1, false, 0, 21},
       {"brokenThird", broken, 0, false, 0, 2 * 21},
       {"readOnly", frames, 0, true, 1, 0},
   };
@@ -161,12 +149,12 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
       chmod(path.c_str(), 0444);
     }
     Player player;
-    EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), path.c_str()), c.result);
+    EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle, path.c_str()), c.result);
     EXPECT_EQ(player.Total(), c.total);
   }
   Player player;
-  EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), "/nonexistent/zp.aac"), 1);
-  EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle(), nullptr), 1);
+  EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle, "/nonexistent/zp.aac"), 1);
+  EXPECT_EQ(ZEPHPLAY_AFPStartPlay(player.handle, nullptr), 1);
   EXPECT_EQ(ZEPHPLAY_AFPOpen(nullptr), 1);
   EXPECT_EQ(ZEPHPLAY_AFPPause(nullptr, 1), 1);
 }
@@ -176,15 +164,15 @@ TEST(AudioFilePlayer, PauseHoldsThePositionAndWidePathsPlay) {
   const std::string path = WriteFile("pause", AacFrames(12, 40));
   Player player;
   const std::wstring wide(path.begin(), path.end());
-  ASSERT_EQ(ZEPHPLAY_AFPStartPlayW(player.handle(), wide.c_str()), 0);
+  ASSERT_EQ(ZEPHPLAY_AFPStartPlayW(player.handle, wide.c_str()), 0);
   WaitUntil([&] { return player.Played() >= 3 * 128; }, std::chrono::seconds(10));
-  ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle(), 1), 0);
+  ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle, 1), 0);
   std::this_thread::sleep_for(std::chrono::milliseconds(100));  // a refill under way ends
   const uint32_t held = player.Played();
   std::this_thread::sleep_for(std::chrono::milliseconds(400));
   EXPECT_EQ(player.Played(), held);
   EXPECT_LT(held, player.Total());
-  ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle(), 0), 0);
+  ASSERT_EQ(ZEPHPLAY_AFPPause(player.handle, 0), 0);
   EXPECT_TRUE(player.WaitForEnd());
   EXPECT_EQ(player.Played(), player.Total());
 }
