@@ -18,11 +18,9 @@ std::vector<int16_t> AvDecode(const char* codec, const std::vector<uint8_t>& dat
   return AvDecodeAll(codec, std::vector<std::vector<uint8_t>>{data});
 }
 
-std::vector<int16_t> Samples(const std::vector<uint8_t>& bytes, uint32_t length) {
-  std::vector<int16_t> samples(length / 2);
-  if (!samples.empty()) {
-    std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
-  }
+std::vector<int16_t> Samples(const std::vector<uint8_t>& bytes) {
+  std::vector<int16_t> samples(bytes.size() / 2);
+  std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
   return samples;
 }
 
@@ -37,33 +35,6 @@ std::vector<int16_t> Tones(size_t samples) {
   return pcm;
 }
 
-class Decoder {
- public:
-  Decoder() { EXPECT_EQ(ZEPHPLAY_OpenAudioDecoder(&decoder_), 0); }
-  ~Decoder() { EXPECT_EQ(ZEPHPLAY_CloseAudioDecoder(decoder_), 0); }
-  Decoder(const Decoder&) = delete;
-  Decoder& operator=(const Decoder&) = delete;
-  ZEPHPLAY_AUDIODECODER* get() const { return decoder_; }
-
-  int32_t GiveHead(uint16_t coder, uint16_t channels = 1, uint16_t rate = 8000) {
-    const auto head = Head(coder, channels, rate);
-    return ZEPHPLAY_AudioDecoderHead(decoder_, head.data(), 512);
-  }
-  // The PCM of data with room for `room` bytes.
-  std::vector<int16_t> Decode(const std::vector<uint8_t>& data, uint32_t room = 8192) {
-    std::vector<uint8_t> pcm(room);
-    uint32_t length = room;
-    EXPECT_EQ(ZEPHPLAY_AudioDecoderFrame(decoder_, data.data(), static_cast<uint32_t>(data.size()), pcm.data(),
-                                         &length),
-              0);
-    EXPECT_LE(length, room);
-    return Samples(pcm, length);
-  }
-
- private:
-  ZEPHPLAY_AUDIODECODER* decoder_ = nullptr;
-};
-
 TEST(AudioDecoderExports, NullArgumentsAndMissingHeadGiveTheirCodes) {
   uint8_t data[160] = {};
   uint8_t pcm[320];
@@ -77,21 +48,23 @@ TEST(AudioDecoderExports, NullArgumentsAndMissingHeadGiveTheirCodes) {
                 ZEPHPLAY_AudioDecoderFrame(nullptr, data, 160, pcm, &length) & ZEPHPLAY_CloseAudioDecoder(nullptr),
             -1);
 
-  Decoder decoder;
-  EXPECT_EQ(ZEPHPLAY_AudioDecoderWaveFormat(decoder.get(), &channels, &rate, &bytesPerSec, &bits), -1);
+  ZEPHPLAY_AUDIODECODER* decoder = nullptr;
+  ASSERT_EQ(ZEPHPLAY_OpenAudioDecoder(&decoder), 0);
+  EXPECT_EQ(ZEPHPLAY_AudioDecoderWaveFormat(decoder, &channels, &rate, &bytesPerSec, &bits), -1);
   EXPECT_EQ(channels, 7) << "untouched before a head";
-  EXPECT_EQ(ZEPHPLAY_AudioDecoderFrame(decoder.get(), data, 160, pcm, &length), 0);
+  EXPECT_EQ(ZEPHPLAY_AudioDecoderFrame(decoder, data, 160, pcm, &length), 0);
   EXPECT_EQ(length, 0u) << "nothing decodes before a head";
-  EXPECT_EQ(ZEPHPLAY_AudioDecoderHead(decoder.get(), nullptr, 512), -1);
-  EXPECT_EQ(ZEPHPLAY_AudioDecoderHead(decoder.get(), head.data(), 11), -1);
-  ASSERT_EQ(ZEPHPLAY_AudioDecoderHead(decoder.get(), head.data(), 512), 0);
-  ASSERT_EQ(ZEPHPLAY_AudioDecoderWaveFormat(decoder.get(), &channels, &rate, &bytesPerSec, &bits), 0);
+  EXPECT_EQ(ZEPHPLAY_AudioDecoderHead(decoder, nullptr, 512), -1);
+  EXPECT_EQ(ZEPHPLAY_AudioDecoderHead(decoder, head.data(), 11), -1);
+  ASSERT_EQ(ZEPHPLAY_AudioDecoderHead(decoder, head.data(), 512), 0);
+  ASSERT_EQ(ZEPHPLAY_AudioDecoderWaveFormat(decoder, &channels, &rate, &bytesPerSec, &bits), 0);
   EXPECT_EQ(std::make_tuple(channels, rate, bytesPerSec, bits), std::make_tuple(1, 8000u, 16000u, 16));
-  EXPECT_EQ(ZEPHPLAY_AudioDecoderWaveFormat(decoder.get(), nullptr, &rate, &bytesPerSec, &bits) &
-                ZEPHPLAY_AudioDecoderFrame(decoder.get(), nullptr, 160, pcm, &length) &
-                ZEPHPLAY_AudioDecoderFrame(decoder.get(), data, 160, nullptr, &length) &
-                ZEPHPLAY_AudioDecoderFrame(decoder.get(), data, 160, pcm, nullptr),
+  EXPECT_EQ(ZEPHPLAY_AudioDecoderWaveFormat(decoder, nullptr, &rate, &bytesPerSec, &bits) &
+                ZEPHPLAY_AudioDecoderFrame(decoder, nullptr, 160, pcm, &length) &
+                ZEPHPLAY_AudioDecoderFrame(decoder, data, 160, nullptr, &length) &
+                ZEPHPLAY_AudioDecoderFrame(decoder, data, 160, pcm, nullptr),
             -1);
+  EXPECT_EQ(ZEPHPLAY_CloseAudioDecoder(decoder), 0);
 }
 
 // Buffers of any length decode like libavcodec's G.711 decoders (PCM gives its input back) as far
@@ -118,17 +91,28 @@ TEST(AudioDecoderExports, DecodesWholeBuffersAsFarAsTheRoomGoes) {
       {18, 26, law, 3200, AvDecode("pcm_mulaw", law)},
       {18, 18, law, 3000, AvDecode("pcm_mulaw", {law.begin(), law.begin() + 1440})},  // whole 10 ms that fit
       {18, 18, {law.begin(), law.end() - 1}, 3200, {}},  // not whole 10 ms pieces
-      {20, 20, pcm, 10240, Samples(pcm, 10240)},
+      {20, 20, pcm, 10240, Samples(pcm)},
       {10, 10, units, 8192, AvDecode("pcm_alaw", {law.begin(), law.begin() + 240})},
       {10, 10, units, 400, AvDecode("pcm_alaw", {law.begin(), law.begin() + 160})},
       {10, 10, lying, 8192, AvDecode("pcm_alaw", {law.begin(), law.begin() + 160})},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.before << " then " << c.coder << ", " << c.data.size() << "/" << c.room);
-    Decoder decoder;
-    ASSERT_EQ(decoder.GiveHead(c.before), 0);
-    ASSERT_EQ(decoder.GiveHead(c.coder), 0);
-    EXPECT_EQ(decoder.Decode(c.data, c.room), c.expected);
+    ZEPHPLAY_AUDIODECODER* decoder = nullptr;
+    ASSERT_EQ(ZEPHPLAY_OpenAudioDecoder(&decoder), 0);
+    for (const uint16_t coder : {c.before, c.coder}) {
+      const auto head = Head(coder);
+      EXPECT_EQ(ZEPHPLAY_AudioDecoderHead(decoder, head.data(), 512), 0);
+    }
+    std::vector<int16_t> pcm(c.room / 2);
+    uint32_t length = c.room;
+    EXPECT_EQ(ZEPHPLAY_AudioDecoderFrame(decoder, c.data.data(), static_cast<uint32_t>(c.data.size()),
+                                         reinterpret_cast<uint8_t*>(pcm.data()), &length),
+              0);
+    EXPECT_LE(length, c.room);
+    pcm.resize(length / 2);
+    EXPECT_EQ(pcm, c.expected);
+    EXPECT_EQ(ZEPHPLAY_CloseAudioDecoder(decoder), 0);
   }
 }
 

@@ -23,48 +23,31 @@ constexpr uint16_t kCoderPcm8k = 20;
 constexpr size_t kHisBuffer = 640;
 constexpr size_t kPcmBuffer = 2560;
 
-std::vector<uint8_t> Frame(const std::vector<uint8_t>& payload, uint64_t stamp) {
-  std::vector<uint8_t> frame(12 + payload.size());
-  const auto length = static_cast<uint32_t>(payload.size());
-  std::memcpy(frame.data(), &length, 4);
-  std::memcpy(frame.data() + 4, &stamp, 8);
-  std::copy(payload.begin(), payload.end(), frame.begin() + 12);
-  return frame;
-}
-
 std::vector<uint8_t> Bytes(const std::vector<int16_t>& samples) {
-  std::vector<uint8_t> bytes(samples.size() * 2);
-  std::memcpy(bytes.data(), samples.data(), bytes.size());
-  return bytes;
+  const auto* bytes = reinterpret_cast<const uint8_t*>(samples.data());
+  return {bytes, bytes + samples.size() * 2};
 }
 
-// PCM frame number id: 160 samples of one value that tells the frames apart when played.
-std::vector<int16_t> PcmFrame(int id) { return Same(160, static_cast<int16_t>((id + 1) * 10)); }
-
-std::vector<int16_t> PcmFrames(std::initializer_list<std::pair<int, int>> ranges) {
+// PCM frames first..last, 160 samples each of a value that tells the frames apart when played.
+std::vector<int16_t> PcmFrames(int first, int last) {
   std::vector<int16_t> all;
-  for (const auto& [first, last] : ranges) {
-    for (int id = first; id <= last; ++id) {
-      const auto frame = PcmFrame(id);
-      all.insert(all.end(), frame.begin(), frame.end());
-    }
+  for (int id = first; id <= last; ++id) {
+    all.insert(all.end(), 160, static_cast<int16_t>((id + 1) * 10));
   }
   return all;
 }
 
-std::vector<int16_t> PadTo(std::vector<int16_t> samples, size_t n) {
-  samples.resize(n, 0);
-  return samples;
-}
-
-// What the device played: two start-fill buffers of `fill`, then each refill as given.
+// What the device played: two start-fill buffers of `fill`, then each refill as given and
+// silent to the end of its buffer.
 void ExpectPlayed(const DiskAudio& disk, size_t buffer, const std::vector<std::vector<int16_t>>& refills,
                   int16_t fill = kStartFillSample) {
   const auto played = disk.WaitForSamples((3 + refills.size()) * buffer);
   ASSERT_GE(played.size(), (2 + refills.size()) * buffer);
   EXPECT_EQ(Slice(played, 0, 2 * buffer), Same(2 * buffer, fill)) << "the start fill";
   for (size_t i = 0; i < refills.size(); ++i) {
-    EXPECT_EQ(Slice(played, (2 + i) * buffer, buffer), refills[i]) << "refill " << i;
+    auto expected = refills[i];
+    expected.resize(buffer, 0);
+    EXPECT_EQ(Slice(played, (2 + i) * buffer, buffer), expected) << "refill " << i;
   }
 }
 
@@ -78,9 +61,9 @@ class QueuedPlayer {
                         const Step& whileOpen = {})
       : head_(Head(coder)) {
     const auto begin = std::chrono::steady_clock::now();
-    const int32_t opened = delayMs < 0 ? ZEPHPLAY_OpenAudioPlayer(&player_)
-                                       : ZEPHPLAY_OpenAudioPlayerEx(&player_, static_cast<uint32_t>(delayMs));
-    EXPECT_EQ(opened, 0);
+    EXPECT_EQ(delayMs < 0 ? ZEPHPLAY_OpenAudioPlayer(&player_)
+                          : ZEPHPLAY_OpenAudioPlayerEx(&player_, static_cast<uint32_t>(delayMs)),
+              0);
     if (beforeHead) {
       beforeHead(player_);
     }
@@ -99,11 +82,19 @@ class QueuedPlayer {
 
   ZEPHPLAY_AUDIOPLAYER* get() const { return player_; }
   void Play() { EXPECT_EQ(ZEPHPLAY_InputAudioHead(player_, head_.data(), 512), 0); }
-  // Queues PCM frames first..last, stamped 20 ms (or stepUs) apart, as whole audio frames.
-  void QueuePcm(int first, int last, uint64_t stepUs = 20000) {
+  // One frame as a client sends it: payload length (32 bits), stamp (64 bits), payload.
+  void Input(const std::vector<uint8_t>& payload, uint64_t stamp) {
+    std::vector<uint8_t> frame(12);
+    const auto length = static_cast<uint32_t>(payload.size());
+    std::memcpy(frame.data(), &length, 4);
+    std::memcpy(frame.data() + 4, &stamp, 8);
+    frame.insert(frame.end(), payload.begin(), payload.end());
+    ASSERT_EQ(ZEPHPLAY_InputAudioData(player_, frame.data(), static_cast<uint32_t>(frame.size()), 0), 0);
+  }
+  // PCM frames first..last, stamped 20 ms apart.
+  void QueuePcm(int first, int last) {
     for (int id = first; id <= last; ++id) {
-      const auto frame = Frame(Bytes(PcmFrame(id)), 1000000 + static_cast<uint64_t>(id) * stepUs);
-      ASSERT_EQ(ZEPHPLAY_InputAudioData(player_, frame.data(), static_cast<uint32_t>(frame.size()), 0), 0);
+      Input(Bytes(PcmFrames(id, id)), 1000000 + static_cast<uint64_t>(id) * 20000);
     }
   }
 
@@ -177,84 +168,65 @@ TEST(AudioPlayerExports, PlaysTheDecodedUnitsWithTheGain) {
       payload.insert(payload.end(), {0x00, 0x01, kUnitSamples / 2, 0x00});
       payload.insert(payload.end(), alaw[u].begin(), alaw[u].end());
     }
-    const auto frame = Frame(payload, 20000u * f);
-    ASSERT_EQ(ZEPHPLAY_InputAudioData(player.get(), frame.data(), static_cast<uint32_t>(frame.size()), 0), 0);
+    player.Input(payload, 20000u * f);
   }
   player.Play();
   ExpectPlayed(disk, kHisBuffer,
-               {PadTo(Cat({expected[0], expected[1], expected[2]}), kHisBuffer),
-                PadTo(Cat({expected[4], expected[5], expected[6]}), kHisBuffer),
-                PadTo(Cat({expected[8], expected[9]}), kHisBuffer), Same(kHisBuffer, 0)});
+               {Cat({expected[0], expected[1], expected[2]}), Cat({expected[4], expected[5], expected[6]}),
+                Cat({expected[8], expected[9]}), {}});
 }
 
-// The gain never attenuates (0.5 plays at unity) and stops at 25 (30 plays as 25, clipped);
-// the volume scales both halves by percent x 65535 / 100 and is only taken by an open device.
-TEST(AudioPlayerExports, GainAndVolumeLimits) {
-  const std::vector<int16_t> payload = {1000, -1000, 2000, -2000, 123, -7, 0, 32767};
-  struct Case {
-    double gain;
-    int volume;  // -1: not set
-    bool volumeBeforeHead;
-    std::vector<int16_t> frame;
-    int16_t fill;
-  };
-  const std::vector<Case> cases = {
-      {0.5, -1, false, payload, kStartFillSample},
-      {30.0, -1, false, {25000, -25000, 32767, -32768, 3075, -175, 0, 32767}, kStartFillSample},
-      {0.0, 50, false, {499, -499, 999, -999, 61, -3, 0, 16383}, 12849},
-      {0.0, 10, true, payload, kStartFillSample},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(testing::Message() << "gain " << c.gain << " volume " << c.volume);
-    DiskAudio disk;
-    const QueuedPlayer::Step setVolume = [&c](ZEPHPLAY_AUDIOPLAYER* p) {
-      EXPECT_EQ(ZEPHPLAY_SetAudioVolume(p, static_cast<uint16_t>(c.volume)), 0);
+// What each refill plays of what was queued, the queued PCM frames being 20 ms each, 16 to a
+// device buffer. The gain never attenuates (0.5 plays at unity) and stops at 25 (30 plays as 25,
+// clipped); the volume scales both halves by percent x 65535 / 100 and is only taken by an open
+// device. No-data count 3 keeps the old content behind the new sound for the refill that runs
+// out and the next two, then silence (default 0: silence at once); the cache check after the
+// first frame (its limits are the cache control's test); a full buffer (100 frames) refuses,
+// then keeps the newest 50; pure audio grows the buffer, skips the cache rules and loses the
+// 17th frame of a full refill.
+TEST(AudioPlayerExports, RefillsPlayWhatTheLevelsAndTheQueueRulesLeave) {
+  const std::vector<int16_t> levels = {1000, -1000, 2000, -2000, 123, -7, 0, 32767};
+  const auto withGain = [&levels](double gain) {
+    return [gain, bytes = Bytes(levels)](QueuedPlayer& p) {
+      ASSERT_EQ(ZEPHPLAY_SetAudioPlayerGain(p.get(), gain), 0);
+      ASSERT_EQ(ZEPHPLAY_InputAudioFrame(p.get(), bytes.data(), static_cast<uint32_t>(bytes.size()), 5), 0);
     };
-    const bool volumeSet = c.volume >= 0;
-    // Set while the first device is open, the volume stays with the reopened one; set before
-    // any device, it is ignored.
-    QueuedPlayer player(kCoderPcm8k, -1, volumeSet && c.volumeBeforeHead ? setVolume : QueuedPlayer::Step{},
-                        volumeSet && !c.volumeBeforeHead ? setVolume : QueuedPlayer::Step{});
-    ASSERT_EQ(ZEPHPLAY_SetAudioPlayerGain(player.get(), c.gain), 0);
-    const auto bytes = Bytes(payload);
-    ASSERT_EQ(ZEPHPLAY_InputAudioFrame(player.get(), bytes.data(), static_cast<uint32_t>(bytes.size()), 5), 0);
-    player.Play();
-    ExpectPlayed(disk, kPcmBuffer, {PadTo(c.frame, kPcmBuffer)}, c.fill);
-  }
-}
-
-// What each refill plays of the queued PCM frames (20 ms each, 16 to a device buffer): no-data
-// count 3 keeps the old content behind the new sound for the refill that runs out and the next two,
-// then silence (default 0: silence at once); the cache check after the first frame (its limits are
-// the cache control's test); a full buffer (100 frames) refuses, then keeps the newest 50; pure
-// audio grows the buffer, skips the cache rules and loses the 17th frame of a full refill.
-TEST(AudioPlayerExports, RefillsPlayWhatTheQueueRulesLeave) {
-  const auto fill = Same(kPcmBuffer, kStartFillSample);
+  };
+  const auto volume = [](uint16_t percent) -> QueuedPlayer::Step {
+    return [percent](ZEPHPLAY_AUDIOPLAYER* p) { EXPECT_EQ(ZEPHPLAY_SetAudioVolume(p, percent), 0); };
+  };
   const auto silence = Same(kPcmBuffer, 0);
-  auto withFill = PcmFrame(0);
+  auto withFill = PcmFrames(0, 0);
   withFill.resize(kPcmBuffer, kStartFillSample);
   std::vector<std::vector<int16_t>> pureRefills;
   for (int first = 0; first < 153; first += 17) {
-    pureRefills.push_back(PadTo(PcmFrames({{first, std::min(first + 15, 159)}}), kPcmBuffer));
+    pureRefills.push_back(PcmFrames(first, std::min(first + 15, 159)));
   }
   struct Case {
     const char* what;
     int64_t delayMs;
     std::function<void(QueuedPlayer&)> queue;
     std::vector<std::vector<int16_t>> refills;  // after the two start-fill buffers
+    int16_t fill = kStartFillSample;
+    QueuedPlayer::Step beforeHead = {}, whileOpen = {};
   };
   const Case cases[] = {
+      {"gain 0.5", -1, withGain(0.5), {levels}},
+      {"gain 30", -1, withGain(30.0), {{25000, -25000, 32767, -32768, 3075, -175, 0, 32767}}},
+      // Set while the first device is open, the volume stays with the reopened one.
+      {"volume 50", -1, withGain(0.0), {{499, -499, 999, -999, 61, -3, 0, 16383}}, 12849, {}, volume(50)},
+      {"volume before any device", -1, withGain(0.0), {levels}, kStartFillSample, volume(10)},
       {"no-data count 3", -1,
        [](QueuedPlayer& p) {
          ASSERT_EQ(ZEPHPLAY_SetNoDataEmptyCount(p.get(), 3), 0);
          p.QueuePcm(0, 0);
        },
-       {withFill, fill, withFill, silence, silence}},
-      {"no-data count 0", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 0); }, {PadTo(PcmFrame(0), kPcmBuffer), silence, silence}},
+       {withFill, Same(kPcmBuffer, kStartFillSample), withFill, silence, silence}},
+      {"no-data count 0", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 0); }, {PcmFrames(0, 0), silence, silence}},
       // 89 left >= 75 (1.5 s worth): a quarter second's worth, 12, stay.
-      {"cache: frame count", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 89); }, {PadTo(PcmFrames({{0, 0}, {78, 89}}), kPcmBuffer)}},
+      {"cache: frame count", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 89); }, {Cat({PcmFrames(0, 0), PcmFrames(78, 89)})}},
       // Delay 200 ms, 29 left spanning 560 ms: 12 stay.
-      {"cache: audio delay", 200, [](QueuedPlayer& p) { p.QueuePcm(0, 29); }, {PadTo(PcmFrames({{0, 0}, {18, 29}}), kPcmBuffer)}},
+      {"cache: audio delay", 200, [](QueuedPlayer& p) { p.QueuePcm(0, 29); }, {Cat({PcmFrames(0, 0), PcmFrames(18, 29)})}},
       {"full buffer", -1,
        [](QueuedPlayer& p) {
          p.QueuePcm(0, 98);
@@ -263,7 +235,7 @@ TEST(AudioPlayerExports, RefillsPlayWhatTheQueueRulesLeave) {
          EXPECT_EQ(ZEPHPLAY_CheckAudioData(p.get(), 320), -3) << "100 frames held";
          p.QueuePcm(100, 104);
        },
-       {PcmFrames({{50, 65}})}},
+       {PcmFrames(50, 65)}},
       {"pure audio", -1,
        [](QueuedPlayer& p) {
          ASSERT_EQ(ZEPHPLAY_SetPureAudioMode(p.get()), 0);
@@ -273,19 +245,18 @@ TEST(AudioPlayerExports, RefillsPlayWhatTheQueueRulesLeave) {
       // Dropped by the sound thread, which ends that refill; random payloads are the fuzzers' job.
       {"frame larger than the scratch", -1,
        [](QueuedPlayer& p) {
-         const auto big = Frame(std::vector<uint8_t>(12000, 0x11), 980000);
-         ASSERT_EQ(ZEPHPLAY_InputAudioData(p.get(), big.data(), static_cast<uint32_t>(big.size()), 0), 0);
+         p.Input(std::vector<uint8_t>(12000, 0x11), 980000);
          p.QueuePcm(0, 1);
        },
-       {silence, PadTo(PcmFrames({{0, 1}}), kPcmBuffer)}},
+       {silence, PcmFrames(0, 1)}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     DiskAudio disk;
-    QueuedPlayer player(kCoderPcm8k, c.delayMs);
+    QueuedPlayer player(kCoderPcm8k, c.delayMs, c.beforeHead, c.whileOpen);
     c.queue(player);
     player.Play();
-    ExpectPlayed(disk, kPcmBuffer, c.refills);
+    ExpectPlayed(disk, kPcmBuffer, c.refills, c.fill);
   }
 }
 

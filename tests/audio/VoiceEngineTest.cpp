@@ -116,39 +116,34 @@ std::vector<uint8_t> PackLsbFirst(const std::vector<uint8_t>& codes, int bits) {
 // and nearly always within a small step. The encoder and 40 kbit/s (about 8% agreement) do not
 // reproduce the reference and are not compared.
 TEST(VoiceEngine, G726DecodesItuCodesCloseToTheReference) {
-  const struct {
-    const char* name;
-    int32_t type;
-    int bits;
-    bool alaw;
-  } kVectors[] = {
-      {"rn16fa", kVoiceG726Le16, 2, true},  {"rn24fa", kVoiceG726Le24, 3, true},  {"rn32fa", kVoiceG726Le32, 4, true},
-      {"rn16fm", kVoiceG726Le16, 2, false}, {"rn24fm", kVoiceG726Le24, 3, false}, {"rn32fm", kVoiceG726Le32, 4, false},
-  };
-  for (const auto& v : kVectors) {
-    SCOPED_TRACE(v.name);
-    const std::vector<uint8_t> codes = LowBytes(ReadWords(kItu + "/g726/" + v.name + ".i"));
-    const std::vector<uint8_t> output = LowBytes(ReadWords(kItu + "/g726/" + v.name + ".o"));
-    ASSERT_EQ(codes.size(), 16384u);
-    ASSERT_EQ(codes.size(), output.size());
-    const size_t whole = codes.size() / 160 * 160;
-    VoiceCodec decoder(v.type, false);
-    std::vector<int16_t> decoded;
-    for (size_t pos = 0; pos < whole; pos += 160) {
-      const std::vector<uint8_t> chunk(codes.begin() + pos, codes.begin() + pos + 160);
-      ASSERT_TRUE(decoder.Decode(MakeUnit(PackLsbFirst(chunk, v.bits)), &decoded));
+  const int32_t types[] = {kVoiceG726Le16, kVoiceG726Le24, kVoiceG726Le32};
+  for (int bits = 2; bits <= 4; ++bits) {
+    for (const bool alaw : {true, false}) {
+      const std::string name = "rn" + std::to_string(8 * bits) + (alaw ? "fa" : "fm");
+      SCOPED_TRACE(name);
+      const std::vector<uint8_t> codes = LowBytes(ReadWords(kItu + "/g726/" + name + ".i"));
+      const std::vector<uint8_t> output = LowBytes(ReadWords(kItu + "/g726/" + name + ".o"));
+      ASSERT_EQ(codes.size(), 16384u);
+      ASSERT_EQ(codes.size(), output.size());
+      const size_t whole = codes.size() / 160 * 160;
+      VoiceCodec decoder(types[bits - 2], false);
+      std::vector<int16_t> decoded;
+      for (size_t pos = 0; pos < whole; pos += 160) {
+        const std::vector<uint8_t> chunk(codes.begin() + pos, codes.begin() + pos + 160);
+        ASSERT_TRUE(decoder.Decode(MakeUnit(PackLsbFirst(chunk, bits)), &decoded));
+      }
+      ASSERT_EQ(decoded.size(), whole);
+      size_t exact = 0, near = 0;
+      for (size_t i = 0; i < whole; ++i) {
+        const uint8_t log = alaw ? g711::LinearToAlaw(decoded[i]) : g711::LinearToUlaw(decoded[i]);
+        exact += log == output[i];
+        const int ours = alaw ? g711::AlawToLinear(log) : g711::UlawToLinear(log);
+        const int ref = alaw ? g711::AlawToLinear(output[i]) : g711::UlawToLinear(output[i]);
+        near += std::abs(ours - ref) <= std::max(64, std::abs(ref) / 8);
+      }
+      EXPECT_GT(exact, whole * 7 / 10);
+      EXPECT_GT(near, whole * 95 / 100);
     }
-    ASSERT_EQ(decoded.size(), whole);
-    size_t exact = 0, near = 0;
-    for (size_t i = 0; i < whole; ++i) {
-      const uint8_t log = v.alaw ? g711::LinearToAlaw(decoded[i]) : g711::LinearToUlaw(decoded[i]);
-      exact += log == output[i];
-      const int ours = v.alaw ? g711::AlawToLinear(log) : g711::UlawToLinear(log);
-      const int ref = v.alaw ? g711::AlawToLinear(output[i]) : g711::UlawToLinear(output[i]);
-      near += std::abs(ours - ref) <= std::max(64, std::abs(ref) / 8);
-    }
-    EXPECT_GT(exact, whole * 7 / 10);
-    EXPECT_GT(near, whole * 95 / 100);
   }
 }
 
@@ -199,7 +194,6 @@ TEST(VoiceEngine, AdpcmAgreesWithOutsideDecodersAndKeepsStateAcrossUnits) {
     for (int u = 0; u < 10; ++u) {
       const std::vector<uint8_t> unit = encoder.Encode(pcm.data() + u * 160, 160);
       ASSERT_EQ(unit.size(), 4u + 84u);
-      EXPECT_EQ(unit[2], 42) << "the head's length in words";
       std::vector<int16_t> one;
       ASSERT_TRUE(decoder.Decode(unit, &one));
       ASSERT_EQ(one.size(), dvi ? 160u : 161u);
