@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <random>
 
 #include "SampleEncoder.h"
@@ -27,13 +28,18 @@ std::vector<EncodedFrame> Encode(VideoCodec codec, int w, int h, int frames, boo
       {.codec = codec, .width = w, .height = h, .frames = frames, .gop = gop, .bFrames = bFrames});
 }
 
-// Feeds every frame and packs each picture the decoder puts out (via its picture callback and
-// its current picture, which must agree).
+// Packs each picture an initialised decoder puts out (via its picture callback and its current
+// picture, which must agree) and the sizes its size callback reports.
 struct Collector {
+  CVDEC* dec;
   std::vector<Planes> pictures;
   std::vector<std::pair<int, int>> sizes;
   int mismatches = 0;
 
+  explicit Collector(CVDEC* d) : dec(d) {
+    dec->SetDecCallBack(reinterpret_cast<uintptr_t>(this), &OnPicture);
+    dec->SetSizeCallBack(&OnSize, reinterpret_cast<uintptr_t>(this));
+  }
   static void OnPicture(uint64_t user, const uint8_t* y, const uint8_t* u, const uint8_t* v,
                         int32_t ys, int32_t us, int32_t vs, int32_t w, int32_t h, uint64_t) {
     auto* self = reinterpret_cast<Collector*>(static_cast<uintptr_t>(user));
@@ -45,22 +51,8 @@ struct Collector {
   static void OnSize(int32_t w, int32_t h, uint64_t user) {
     reinterpret_cast<Collector*>(static_cast<uintptr_t>(user))->sizes.emplace_back(w, h);
   }
-  void Attach(CVDEC* dec) {
-    dec->SetDecCallBack(reinterpret_cast<uintptr_t>(this), &OnPicture);
-    dec->SetSizeCallBack(&OnSize, reinterpret_cast<uintptr_t>(this));
-  }
-  void Start(CVDEC* dec) {
-    dec->InitDecoder(0);
-    Attach(dec);
-  }
-  // Initialises the decoder, attaches and feeds the whole stream.
-  Collector& Run(CVDEC* dec, const std::vector<EncodedFrame>& frames) {
-    Start(dec);
-    Feed(dec, frames);
-    return *this;
-  }
-  int Feed(CVDEC* dec, const std::vector<EncodedFrame>& frames, size_t from = 0,
-           size_t to = SIZE_MAX) {
+  // Feeds frames [from, to); answers the sum of DecodeOneFrame's answers.
+  int Feed(const std::vector<EncodedFrame>& frames, size_t from = 0, size_t to = SIZE_MAX) {
     int out = 0;
     for (size_t i = from; i < std::min(to, frames.size()); ++i) {
       const size_t before = pictures.size();
@@ -88,27 +80,21 @@ void ExpectPrefixOf(const std::vector<Planes>& got, const std::vector<Planes>& r
   }
 }
 
-struct StreamCase {
-  VideoCodec codec;
-  bool bFrames;
-};
-
-class H264DecoderMatches : public ::testing::TestWithParam<StreamCase> {};
+class H264DecoderMatches : public ::testing::TestWithParam<std::tuple<VideoCodec, bool>> {};
 
 // The stream changes size at frame 36: a size callback each time, pictures bit for bit.
 TEST_P(H264DecoderMatches, PlanesEqualDirectDecodeAndEarlyFramesAreDropped) {
-  const StreamCase c = GetParam();
-  const bool hevc = c.codec == VideoCodec::H265;
-  auto frames = Encode(c.codec, 352, 288, 36, c.bFrames);
-  const auto second = Encode(c.codec, 640, 360, 12, c.bFrames);
+  const auto [codec, bFrames] = GetParam();
+  const bool hevc = codec == VideoCodec::H265;
+  auto frames = Encode(codec, 352, 288, 36, bFrames);
+  const auto second = Encode(codec, 640, 360, 12, bFrames);
   frames.insert(frames.end(), second.begin(), second.end());
   ASSERT_EQ(frames.size(), 48u);
 
   CVDECH264 dec(hevc, nullptr);
   ASSERT_EQ(dec.InitDecoder(0), 1u);
-  Collector col;
-  col.Attach(&dec);
-  const int delivered = col.Feed(&dec, frames);
+  Collector col(&dec);
+  const int delivered = col.Feed(frames);
   EXPECT_EQ(delivered, static_cast<int>(col.pictures.size()));
   EXPECT_EQ(col.mismatches, 0);
   ExpectPrefixOf(col.pictures, videotest::ReferenceDecode(frames, hevc), 4);
@@ -118,51 +104,46 @@ TEST_P(H264DecoderMatches, PlanesEqualDirectDecodeAndEarlyFramesAreDropped) {
   // Joining mid-GOP: nothing comes out before the next key frame, then it decodes as a
   // stream that starts there.
   CVDECH264 late(hevc, nullptr);
-  Collector lateCol;
-  lateCol.Start(&late);
-  EXPECT_EQ(lateCol.Feed(&late, frames, 3, 12), 0);
+  late.InitDecoder(0);
+  Collector lateCol(&late);
+  EXPECT_EQ(lateCol.Feed(frames, 3, 12), 0);
   ASSERT_TRUE(frames[12].key);
-  lateCol.Feed(&late, frames, 12);
+  lateCol.Feed(frames, 12);
   const std::vector<EncodedFrame> tail(frames.begin() + 12, frames.end());
   ExpectPrefixOf(lateCol.pictures, videotest::ReferenceDecode(tail, hevc), 4);
   EXPECT_GT(lateCol.pictures.size(), 27u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Streams, H264DecoderMatches,
-                         ::testing::Values(StreamCase{VideoCodec::H264, false},
-                                           StreamCase{VideoCodec::H264, true},
-                                           StreamCase{VideoCodec::H265, false},
-                                           StreamCase{VideoCodec::H265, true}),
+                         ::testing::Combine(::testing::Values(VideoCodec::H264, VideoCodec::H265),
+                                            ::testing::Values(false, true)),
                          [](const auto& info) {
-                           return std::string(info.param.codec == VideoCodec::H264 ? "H264" : "HEVC") +
-                                  (info.param.bFrames ? "_BFrames" : "_NoBFrames");
+                           return std::string(std::get<0>(info.param) == VideoCodec::H264 ? "H264" : "HEVC") +
+                                  (std::get<1>(info.param) ? "_BFrames" : "_NoBFrames");
                          });
 
 TEST(HisiDecoders, GiveLibavcodecsPictures) {
-  const auto h264 = Encode(VideoCodec::H264, 352, 288, 30, false);
-  const auto hevc = Encode(VideoCodec::H265, 352, 288, 30, false);
-
-  CVDECHis his;
+  const auto check = [](CVDEC* dec, VideoCodec codec, bool bFrames, size_t maxMissing) {
+    const auto frames = Encode(codec, 352, 288, 30, bFrames);
+    Collector col(dec);
+    col.Feed(frames);
+    EXPECT_EQ(col.mismatches, 0);
+    ExpectPrefixOf(col.pictures, videotest::ReferenceDecode(frames, codec == VideoCodec::H265), maxMissing);
+  };
+  // Without reordering every frame gives its picture; with B-frames Hi264 drains every picture it
+  // holds back.
+  CVDECHis his, hisB;
   EXPECT_EQ(his.InitDecoder(0), 1u);
-  Collector hisCol;
-  hisCol.Run(&his, h264);
-  EXPECT_EQ(hisCol.mismatches, 0);
-  // Without reordering every frame gives its picture.
-  ExpectPrefixOf(hisCol.pictures, videotest::ReferenceDecode(h264, false), 0);
-  // With B-frames Hi264 drains every picture it holds back.
-  const auto reordered = Encode(VideoCodec::H264, 352, 288, 30, true);
-  CVDECHis hisB;
-  ExpectPrefixOf(Collector().Run(&hisB, reordered).pictures, videotest::ReferenceDecode(reordered, false), 4);
+  check(&his, VideoCodec::H264, false, 0);
+  hisB.InitDecoder(0);
+  check(&hisB, VideoCodec::H264, true, 4);
 
   CVDECHi265 hi265;
   // The core came up, yet the initialised flag stays clear: set on failure only.
   EXPECT_EQ(hi265.InitDecoder(0), 0u);
   EXPECT_TRUE(hi265.HasCore());
   EXPECT_FALSE(hi265.IsInit());
-  Collector hiCol;
-  hiCol.Run(&hi265, hevc);
-  EXPECT_EQ(hiCol.mismatches, 0);
-  ExpectPrefixOf(hiCol.pictures, videotest::ReferenceDecode(hevc, true), 1);
+  check(&hi265, VideoCodec::H265, false, 1);
 }
 
 TEST(HisiDecoders, MacroblockLimitsFollowThePictureClass) {
@@ -171,9 +152,9 @@ TEST(HisiDecoders, MacroblockLimitsFollowThePictureClass) {
   for (const auto& [picClass, pictures] : {std::pair<uint8_t, int>{4, 0}, {2, 0}, {5, 3}, {6, 3}}) {
     CVDECHis his;
     his.SetPictureClass(picClass);
-    Collector col;
-    col.Start(&his);
-    EXPECT_EQ(col.Feed(&his, frames), pictures) << static_cast<int>(picClass);
+    his.InitDecoder(0);
+    Collector col(&his);
+    EXPECT_EQ(col.Feed(frames), pictures) << static_cast<int>(picClass);
     EXPECT_EQ(col.pictures.size(), static_cast<size_t>(pictures));
   }
 }
@@ -189,10 +170,10 @@ TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
     std::generate(noise.begin(), noise.end(), [&rng] { return static_cast<uint8_t>(rng()); });
     // Random bytes announced as a key frame, then truncated units, then an empty frame.
     const char* const failed = "CVDECH264::DecodeOneFrame iframe fail data bframe:";
-    const size_t failedBefore = videotest::CountIn(videotest::LogText(), failed);
+    const size_t failedBefore = videotest::LogCount(failed);
     EXPECT_EQ(dec.DecodeOneFrame(CVDEC::kKeyFrameType, noise.data(),
                                  static_cast<uint32_t>(noise.size()), 0), 0);
-    EXPECT_GT(videotest::CountIn(videotest::LogText(), failed), failedBefore);
+    EXPECT_GT(videotest::LogCount(failed), failedBefore);
     for (size_t i = 0; i < 12; ++i) {
       const auto& f = frames[i];
       dec.DecodeOneFrame(videotest::FrameType(f), f.data.data(), static_cast<uint32_t>(f.data.size() / 3), f.stampUs);
@@ -208,9 +189,8 @@ TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
     dec.DecodeOneFrame(CVDEC::kKeyFrameType, absurd.data(), static_cast<uint32_t>(absurd.size()), 0);
 
     // The next clean key frame decodes again.
-    Collector col;
-    col.Attach(&dec);
-    col.Feed(&dec, frames, 12);
+    Collector col(&dec);
+    col.Feed(frames, 12);
     EXPECT_GE(col.pictures.size(), 10u);
     const std::vector<EncodedFrame> tail(frames.begin() + 12, frames.end());
     const auto ref = videotest::ReferenceDecode(tail, hevc);
@@ -235,29 +215,25 @@ TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
   const auto frames = Encode(VideoCodec::H264, 176, 144, 18, false, 6);
   {
     CVDECH264 dec(false, nullptr);
-    Collector().Run(&dec, frames);
+    dec.InitDecoder(0);
+    Collector(&dec).Feed(frames);
   }
   std::filesystem::remove(ini);
   oldTmp.empty() ? unsetenv("TMPDIR") : setenv("TMPDIR", oldTmp.c_str(), 1);
 
-  std::vector<uint8_t> raw, yuv;
-  int files = 0;
+  std::map<std::string, std::vector<uint8_t>> dumps;  // by the name's prefix and extension
   for (const auto& entry : std::filesystem::directory_iterator(dir.path() / "zephplay-dump")) {
-    const std::string name = entry.path().filename().string();
-    ++files;
-    if (name.starts_with("264_") && name.ends_with(".264")) {
-      raw = test::ReadBytes(entry.path());
-    } else if (name.starts_with("yuv_") && name.ends_with(".yuv")) {
-      yuv = test::ReadBytes(entry.path());
-    }
+    dumps[entry.path().filename().string().substr(0, 4) + entry.path().extension().string()] =
+        test::ReadBytes(entry.path());
   }
-  EXPECT_EQ(files, 2);
+  EXPECT_EQ(dumps.size(), 2u);
+  const std::vector<uint8_t>& raw = dumps["264_.264"];
+  const std::vector<uint8_t>& yuv = dumps["yuv_.yuv"];
+  const auto ref = videotest::ReferenceDecode(frames, false);
+  ASSERT_EQ(ref.size(), frames.size());
   std::vector<uint8_t> expectedRaw, expectedYuv;
   for (size_t i = 6; i < frames.size(); ++i) {
     expectedRaw.insert(expectedRaw.end(), frames[i].data.begin(), frames[i].data.end());
-  }
-  const auto ref = videotest::ReferenceDecode(frames, false);
-  for (size_t i = 6; i < ref.size(); ++i) {
     for (const auto* plane : {&ref[i].y, &ref[i].u, &ref[i].v}) {
       expectedYuv.insert(expectedYuv.end(), plane->begin(), plane->end());
     }
