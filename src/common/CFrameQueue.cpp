@@ -48,6 +48,7 @@ void CFrameQueue::ResetLocked() {
   m_nFrameNum = 0;
   m_pReadSlot = m_pSlots.get();
   m_pWriteSlot = m_pSlots.get();
+  m_nPartialMissing = 0;
 }
 
 void CFrameQueue::Reset() {
@@ -101,7 +102,7 @@ int CFrameQueue::WriteFrame(const QueueFrameHead& head, const uint8_t* data, boo
 int CFrameQueue::WriteFrame2(const QueueFrameHead& head, const uint8_t* part1, uint32_t len1, const uint8_t* part2,
                              uint32_t len2, bool* pWasEmpty) {
   CAutoLock lock(&m_lock);
-  if (static_cast<uint64_t>(len1) + len2 != head.nLength || !Fits(head.nLength)) {
+  if (m_nPartialMissing != 0 || static_cast<uint64_t>(len1) + len2 != head.nLength || !Fits(head.nLength)) {
     return 0;
   }
   if ((part1 == nullptr && len1 > 0) || (part2 == nullptr && len2 > 0)) {
@@ -114,6 +115,49 @@ int CFrameQueue::WriteFrame2(const QueueFrameHead& head, const uint8_t* part1, u
   CopyIn(part2, len2);
   PushHead(head);
   return 1;
+}
+
+int CFrameQueue::BeginFrame(const QueueFrameHead& head, const uint8_t* part, uint32_t len) {
+  CAutoLock lock(&m_lock);
+  if (m_nPartialMissing != 0 || len >= head.nLength || (part == nullptr && len > 0) || !Fits(head.nLength)) {
+    return 0;
+  }
+  // Only the bytes copied leave the free count: no other write comes before the frame is
+  // complete, and reading only adds room, so the rest always fits.
+  m_nPartialStart = m_nWritePos;
+  CopyIn(part, len);
+  m_Partial = head;
+  m_nPartialMissing = head.nLength - len;
+  return 1;
+}
+
+int CFrameQueue::AppendFrame(const uint8_t* part, uint32_t len, bool* pDone, bool* pWasEmpty) {
+  CAutoLock lock(&m_lock);
+  if (m_nPartialMissing == 0 || len > m_nPartialMissing || (part == nullptr && len > 0)) {
+    return 0;
+  }
+  CopyIn(part, len);
+  m_nPartialMissing -= len;
+  const bool done = m_nPartialMissing == 0;
+  if (pWasEmpty != nullptr) {
+    *pWasEmpty = done && m_nFrameNum <= 0;
+  }
+  if (pDone != nullptr) {
+    *pDone = done;
+  }
+  if (done) {
+    PushHead(m_Partial);
+  }
+  return 1;
+}
+
+void CFrameQueue::DropFrameUnderWay() {
+  if (m_nPartialMissing == 0) {
+    return;
+  }
+  m_nFreeBytes += m_Partial.nLength - m_nPartialMissing;
+  m_nWritePos = m_nPartialStart;
+  m_nPartialMissing = 0;
 }
 
 int CFrameQueue::PopLocked(QueueFrameHead* head, uint8_t* dest) {
@@ -262,6 +306,7 @@ void CFrameQueue::ClearFrame(uint64_t stamp) {
 
 void CFrameQueue::KeepType(uint32_t type, int n) {
   CAutoLock lock(&m_lock);
+  DropFrameUnderWay();  // kept frames are written back where its bytes lie
   const int32_t count = m_nFrameNum;
   for (int32_t i = 0; i < count; ++i) {
     const uint32_t length = m_pReadSlot->nLength;
@@ -294,7 +339,9 @@ void CFrameQueue::KeepType(uint32_t type, int n) {
 int CFrameQueue::Resize(uint32_t maxFrames, uint32_t bytes) {
   CAutoLock lock(&m_lock);
   const uint32_t used = m_nCapacity - m_nFreeBytes;
-  if (bytes < used || maxFrames == UINT32_MAX || static_cast<uint64_t>(maxFrames) < static_cast<uint64_t>(m_nFrameNum)) {
+  const uint32_t underWay = m_nPartialMissing != 0 ? 1 : 0;
+  if (static_cast<uint64_t>(bytes) < static_cast<uint64_t>(used) + m_nPartialMissing || maxFrames == UINT32_MAX ||
+      static_cast<uint64_t>(maxFrames) < static_cast<uint64_t>(m_nFrameNum) + underWay) {
     return 0;
   }
   std::unique_ptr<uint8_t[]> data(new (std::nothrow) uint8_t[bytes > 0 ? bytes : 1]);
@@ -313,6 +360,9 @@ int CFrameQueue::Resize(uint32_t maxFrames, uint32_t bytes) {
     slots[i].u64Stamp = head.u64Stamp;
     offset += head.nLength;
   }
+  // The frame under way starts where the last whole one ended, so it follows them.
+  m_nPartialStart = offset;
+  CopyOut(data.get() + offset, used - offset);
   m_pData = std::move(data);
   m_pSlots = std::move(slots);
   m_nCapacity = bytes;

@@ -37,6 +37,14 @@ class CFrameQueue {
   // As WriteFrame, the payload given in two pieces; head.nLength must be len1 + len2.
   int WriteFrame2(const QueueFrameHead& head, const uint8_t* part1, uint32_t len1, const uint8_t* part2,
                   uint32_t len2, bool* pWasEmpty = nullptr);
+  // A frame written as its bytes arrive, by the queue's single writer: BeginFrame takes a slot
+  // and room for head.nLength bytes and copies the first `len` of them (fewer than all);
+  // AppendFrame copies the next ones, and the one that completes the frame hands it to the
+  // reader, setting *pDone and *pWasEmpty (both may be null). While a frame is under way every
+  // other write is refused and the frame is invisible to the reader; Init, Reset and KeepType
+  // drop it (AppendFrame then answers 0), Resize carries it over.
+  int BeginFrame(const QueueFrameHead& head, const uint8_t* part, uint32_t len);
+  int AppendFrame(const uint8_t* part, uint32_t len, bool* pDone, bool* pWasEmpty);
 
   // Takes the oldest frame; dest may be null to discard the payload. 0 when empty.
   int Pop(QueueFrameHead* head, uint8_t* dest);
@@ -95,6 +103,7 @@ class CFrameQueue {
   void PushHead(const QueueFrameHead& head);
   int PopLocked(QueueFrameHead* head, uint8_t* dest);
   void ResetLocked();
+  void DropFrameUnderWay();
 
   std::unique_ptr<uint8_t[]> m_pData;
   uint32_t m_nCapacity = 0;
@@ -107,6 +116,9 @@ class CFrameQueue {
   int32_t m_nFrameNum = 0;
   Slot* m_pReadSlot = nullptr;
   Slot* m_pWriteSlot = nullptr;
+  QueueFrameHead m_Partial;        // the frame under way
+  uint32_t m_nPartialMissing = 0;  // its bytes still to come; 0 when none is under way
+  uint32_t m_nPartialStart = 0;    // where its bytes begin in the ring
   CMutexLock m_lock;
   std::unique_ptr<uint8_t[]> m_pScratch;
   int32_t m_nScratchSize = 0;

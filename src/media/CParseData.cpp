@@ -71,34 +71,39 @@ void CParseData::KeepTail(int32_t from) {
   m_nParsePos = 0;
 }
 
+CParseData::Cut CParseData::CutFrame(const uint8_t* buffer, int32_t start, int32_t end, StreamFrame* frame,
+                                     int32_t* from) {
+  const int32_t p = end - start < kSyncMinimum ? -1 : FindSync(buffer, start, end);
+  if (p < 0) {
+    *from = end - start >= kSyncTail ? end - kSyncTail : start;
+    return Cut::kNone;
+  }
+  *from = p;
+  const uint8_t* head = buffer + p;
+  const uint32_t tag = ReadU32(head);
+  const int64_t headLength = GetHeadLength(tag);
+  if (p + headLength > end) {
+    return Cut::kNone;
+  }
+  const int64_t length = ReadU32(head + 4);
+  frame->pData = head + headLength;
+  frame->nLength = static_cast<uint32_t>(length);
+  frame->nTag = tag;
+  frame->nPayloadOffset = static_cast<uint32_t>(p + headLength);
+  frame->u64Stamp = GetStamp(head, tag);
+  // 64-bit sum: a length field near 2^32 must leave the frame incomplete, not wrap to "done".
+  return p + headLength + length <= end ? Cut::kWhole : Cut::kPartial;
+}
+
 StreamFrame* CParseData::GetFrame() {
   if (m_nDataLength - m_nParsePos < kSyncMinimum) {
     return nullptr;
   }
-  const int32_t p = FindSync(m_pBuffer, m_nParsePos, m_nDataLength);
-  if (p < 0) {
-    if (m_nDataLength >= kSyncTail) {
-      KeepTail(m_nDataLength - kSyncTail);
-    }
-    m_nParsePos = 0;
-    return nullptr;
-  }
-  const uint8_t* head = m_pBuffer + p;
-  const uint32_t tag = ReadU32(head);
-  const int64_t headLength = GetHeadLength(tag);
-  const int64_t length = ReadU32(head + 4);
-  // 64-bit sum: a length field near 2^32 must leave the frame incomplete, not wrap to "done".
-  if (p + headLength + length <= m_nDataLength) {
-    m_Frame.pData = head + headLength;
-    m_Frame.nLength = static_cast<uint32_t>(length);
-    m_Frame.nTag = tag;
-    m_Frame.nPayloadOffset = static_cast<uint32_t>(p + headLength);
-    m_Frame.u64Stamp = GetStamp(head, tag);
+  int32_t from = 0;
+  if (CutFrame(m_pBuffer, m_nParsePos, m_nDataLength, &m_Frame, &from) == Cut::kWhole) {
     return &m_Frame;
   }
-  if (p != 0) {
-    KeepTail(p);  // everything before the tag is consumed data or garbage
-  }
+  KeepTail(from);  // everything before is consumed data or garbage
   return nullptr;
 }
 

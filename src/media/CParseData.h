@@ -56,6 +56,17 @@ class CParseData {
   };
   bool GetPendingFrame(PendingFrame* pending) const;
   int32_t GetFreeSize() const { return m_nCapacity - m_nDataLength; }
+  // Bytes held: those of a frame under way, or a tail kept for a tag cut across pieces.
+  int32_t GetHeldSize() const { return m_nDataLength; }
+
+  // The first frame in [start, end) of `buffer`, found exactly as GetFrame finds it, for a
+  // feeder that cuts a piece where it lies while the parser holds nothing. kWhole: *frame is a
+  // view of a whole frame. kPartial: its head is whole but its payload runs past `end`; *frame
+  // has the tag, stamp and full length, pData and nPayloadOffset where the payload starts.
+  // Either way *from is the frame's first byte. kNone: no whole head; the bytes from *from on
+  // (a tag whose head is cut, or the last 7 bytes) must be kept for the next piece.
+  enum class Cut { kNone, kPartial, kWhole };
+  static Cut CutFrame(const uint8_t* buffer, int32_t start, int32_t end, StreamFrame* frame, int32_t* from);
 
   // Offset of the first recognised stream tag at or after `start` that leaves at least 8 bytes
   // before `end`, or -1.

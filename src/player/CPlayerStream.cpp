@@ -103,9 +103,7 @@ int CPlayerStream::Open(uint32_t nVideoQueueBytes, uint32_t nUnpaced) {
   }
   {
     CAutoLock lock(&m_InputLock);
-    if (m_pParser != nullptr) {
-      m_pParser->Reset();
-    }
+    m_Input.Reset();
   }
   CAutoLock threads(&m_ThreadsLock);
   StartThreads();
@@ -290,86 +288,52 @@ int CPlayerStream::InputStreamData(const uint8_t* pData, uint32_t nLength) {
     return -1;
   }
   CAutoLock lock(&m_InputLock);
-  if (m_pParser == nullptr) {
-    m_pParser.reset(new (std::nothrow) CParseData());
-    if (m_pParser == nullptr) {
-      return -3;
-    }
-    m_pParser->SetBufferSize(kParseBufferBytes);
-  }
-  const bool heldBack = DrainParser() != 0;
-  if (heldBack && m_pParser->IsFull(nLength)) {
-    return -3;  // nothing of this piece kept: the caller pushes it again later
-  }
-  // Fed in what fits at a time, so that a piece larger than the room left still completes the
-  // frame under way.
-  uint32_t at = 0;
-  while (at < nLength) {
-    const uint32_t finished = FinishPendingFrame(pData + at, nLength - at);
-    if (finished != 0) {
-      at += finished;
-      continue;
-    }
-    const auto room = static_cast<uint32_t>(std::max<int32_t>(m_pParser->GetFreeSize(), 0));
-    if (room == 0) {
-      if (DrainParser() != 0) {
-        LogError("%s %u bytes dropped: the queues are full", "CPlayerStream::InputStreamData", nLength - at);
-        return 0;
-      }
-      // Nothing waits downstream, so the parser holds a frame larger than its whole buffer,
-      // which would block the stream for good: it is dropped.
-      LogError("%s frame larger than %u bytes dropped", "CPlayerStream::InputStreamData", kParseBufferBytes);
-      m_pParser->Reset();
-      if (m_pParser->GetFreeSize() <= 0) {
-        return -3;  // the parser has no buffer at all
-      }
-      continue;
-    }
-    const uint32_t piece = std::min(room, nLength - at);
-    m_pParser->InputData(pData + at, piece);
-    at += piece;
-    DrainParser();
-  }
-  return 0;
+  return m_Input.Input(pData, nLength);
 }
 
-// Non-zero when a frame was held back (the queue could not take it).
-int CPlayerStream::DrainParser() {
-  int result = 0;
-  while (StreamFrame* frame = m_pParser->GetFrame()) {
-    const uint32_t type = MapParsedType(frame->nTag);
-    const uint32_t kind = Class(frame->nTag);
-    if (kind == kAudioClass) {
-      result = InputAudioFrame(frame->pData, frame->nLength, type, frame->u64Stamp);
-    } else if (kind == kKeyClass || kind == kPredictedClass) {
-      result = InputVideoFrame(frame->pData, frame->nLength, type, frame->u64Stamp);
-    }
-    if (result != 0) {
-      break;  // the frame stays in the parser for the next call
-    }
-    m_pParser->ReleaseFrame(frame);
+int CPlayerStream::PutFrame(uint32_t nTag, uint64_t u64Stamp, const uint8_t* pPart1, uint32_t nLength1,
+                            const uint8_t* pPart2, uint32_t nLength2, bool bGrow) {
+  const uint32_t type = MapParsedType(nTag);
+  const uint32_t kind = Class(nTag);
+  if (kind == kKeyClass || kind == kPredictedClass) {
+    return InputVideoParts(pPart1, nLength1, pPart2, nLength2, type, u64Stamp, bGrow);
   }
-  m_pParser->Compact();
-  return result;
-}
-
-// A frame's last bytes go into the video queue straight from the caller's piece instead of
-// through the parser's buffer: that copy was as dear as the whole parser.
-uint32_t CPlayerStream::FinishPendingFrame(const uint8_t* pPiece, uint32_t nLength) {
-  CParseData::PendingFrame frame;
-  if (!m_pParser->GetPendingFrame(&frame) || frame.nMissing > nLength) {
+  if (kind != kAudioClass) {
     return 0;
   }
-  const uint32_t kind = Class(frame.nTag);
+  if (nLength2 != 0) {
+    return -3;  // sound is cut into codec frames from one piece
+  }
+  return InputAudioFrame(pPart1, nLength1, type, u64Stamp);
+}
+
+int CPlayerStream::BeginFrame(uint32_t nTag, uint64_t u64Stamp, uint32_t nTotal, const uint8_t* pPart,
+                              uint32_t nLength) {
+  const uint32_t kind = Class(nTag);
   if (kind != kKeyClass && kind != kPredictedClass) {
-    return 0;  // sound is cut into codec frames as it is queued
+    return -1;
   }
-  const uint32_t type = MapParsedType(frame.nTag);
-  if (InputVideoParts(frame.pHeld, frame.nHeld, pPiece, frame.nMissing, type, frame.u64Stamp, false) != 0) {
-    return 0;  // the parser's way grows the queue, logs and holds the frame back as it always did
+  const uint32_t type = MapParsedType(nTag);
+  if (!PassKeyWait(type)) {
+    return 0;
   }
-  m_pParser->Reset();
-  return frame.nMissing;
+  if (m_VideoFrames.BeginFrame({type, nTotal, u64Stamp}, pPart, nLength) == 0) {
+    return -1;
+  }
+  m_nPartialType = type;
+  return 1;
+}
+
+bool CPlayerStream::AppendFrame(const uint8_t* pPart, uint32_t nLength) {
+  bool done = false;
+  bool wasEmpty = false;
+  if (m_VideoFrames.AppendFrame(pPart, nLength, &done, &wasEmpty) == 0) {
+    return false;
+  }
+  if (done) {
+    VideoQueued(m_nPartialType, wasEmpty);
+  }
+  return true;
 }
 
 int CPlayerStream::InputFrameData(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp,
@@ -416,11 +380,8 @@ int CPlayerStream::InputVideoFrame(const uint8_t* pData, uint32_t nLength, uint3
 
 int CPlayerStream::InputVideoParts(const uint8_t* pPart1, uint32_t nLength1, const uint8_t* pPart2,
                                    uint32_t nLength2, uint32_t nType, uint64_t u64Stamp, bool bGrow) {
-  if (m_nWaitKey != 0) {
-    if ((nType & 0xFFFFFFF0u) != kKeyWaitType) {
-      return 0;
-    }
-    m_nWaitKey = 0;
+  if (!PassKeyWait(nType)) {
+    return 0;
   }
   const QueueFrameHead head{nType, nLength1 + nLength2, u64Stamp};
   bool wasEmpty = false;
@@ -433,13 +394,28 @@ int CPlayerStream::InputVideoParts(const uint8_t* pPart1, uint32_t nLength1, con
       return -3;
     }
   }
-  NotifyVideoQueued(nType, wasEmpty);
+  VideoQueued(nType, wasEmpty);
+  return 0;
+}
+
+bool CPlayerStream::PassKeyWait(uint32_t nType) {
+  if (m_nWaitKey == 0) {
+    return true;
+  }
+  if ((nType & 0xFFFFFFF0u) != kKeyWaitType) {
+    return false;
+  }
+  m_nWaitKey = 0;
+  return true;
+}
+
+void CPlayerStream::VideoQueued(uint32_t nType, bool bWasEmpty) {
+  NotifyVideoQueued(nType, bWasEmpty);
   // Only the delay mode's buffering watches the queue itself; every other cycle waits for
   // pictures, whose push wakes it. A wake for every frame cost the input path a quarter.
   if (m_nStreamMode == kModeDelay && m_nPlaying == 0) {
     WakePlay();
   }
-  return 0;
 }
 
 // Kept as it always was: the slot count goes in as the maximum frame count, and Resize makes
@@ -534,9 +510,7 @@ int CPlayerStream::ResetStream() {
     ClearQueued();
     {
       CAutoLock input(&m_InputLock);
-      if (m_pParser != nullptr) {
-        m_pParser->Reset();
-      }
+      m_Input.Reset();
     }
     m_Cache.Rewind();
   }

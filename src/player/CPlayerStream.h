@@ -4,18 +4,18 @@
 #include <memory>
 
 #include "common/CMutexLock.h"
-#include "media/CParseData.h"
 #include "media/CRecWriter.h"
 #include "media/StreamAttr.h"
 #include "player/CBasePlayer.h"
 #include "player/CStreamCache.h"
+#include "player/CStreamInput.h"
 #include "player/CStreamTiming.h"
 #include "player/IPlayGroup.h"
 
 namespace zp {
 
 // Plays a live stream on a play handle of kind 1. The caller pushes raw bytes (cut into frames
-// by a CParseData) or whole frames; video goes to the video queue, audio to the audio queue,
+// by a CStreamInput) or whole frames; video goes to the video queue, audio to the audio queue,
 // and the play loop shows pictures in one of three modes:
 //   0 delay-controlled: buffers until the video span reaches the minimum delay, plays, and
 //     catches up (play speed 1) while the span is at or above the maximum delay;
@@ -26,9 +26,9 @@ namespace zp {
 //
 // Locks, in the order they nest: the threads lock (held while the threads are stopped or
 // started, never inside another), the play lock, the decoder lock, the cache's index lock, the
-// input lock (the parser), a queue's own lock. The recorder lock and the attribute lock are
+// input lock (the stream input), a queue's own lock. The recorder lock and the attribute lock are
 // leaves (the writer's own lock aside).
-class CPlayerStream : public CBasePlayer {
+class CPlayerStream : public CBasePlayer, private IStreamFrameSink {
  public:
   static constexpr uint32_t kModeDelay = 0;
   static constexpr uint32_t kModeCached = 1;
@@ -92,18 +92,24 @@ class CPlayerStream : public CBasePlayer {
   void ReleasePlay() override;
 
  private:
+  // IStreamFrameSink: the frames cut from InputStreamData's bytes.
+  int PutFrame(uint32_t nTag, uint64_t u64Stamp, const uint8_t* pPart1, uint32_t nLength1, const uint8_t* pPart2,
+               uint32_t nLength2, bool bGrow) override;
+  int BeginFrame(uint32_t nTag, uint64_t u64Stamp, uint32_t nTotal, const uint8_t* pPart, uint32_t nLength) override;
+  bool AppendFrame(const uint8_t* pPart, uint32_t nLength) override;
   int InputVideoFrame(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp);
   // The same, the payload in two parts; without bGrow a full queue refuses at once, neither
   // growing nor logging.
   int InputVideoParts(const uint8_t* pPart1, uint32_t nLength1, const uint8_t* pPart2, uint32_t nLength2,
                       uint32_t nType, uint64_t u64Stamp, bool bGrow);
-  // Completes the parser's video frame under way from the piece when the piece holds the rest;
-  // the bytes of the piece used (0: none, the piece takes the parser's way).
-  uint32_t FinishPendingFrame(const uint8_t* pPiece, uint32_t nLength);
+  // False for a video frame before the first key frame, which is dropped; a key frame ends the
+  // wait.
+  bool PassKeyWait(uint32_t nType);
+  // The wake-ups that a queued video frame calls for.
+  void VideoQueued(uint32_t nType, bool bWasEmpty);
   int InputAudioFrame(const uint8_t* pData, uint32_t nLength, uint32_t nType, uint64_t u64Stamp);
   void GrowVideoQueue();
   void PushAudio(const QueueFrameHead& head, const uint8_t* pData);
-  int DrainParser();
   // The decoder lock is held: the video decoder exists and suits the attribute's codec (and
   // watermark option).
   bool KeepsVideoDecoder(const uint8_t* pAttr);
@@ -150,7 +156,8 @@ class CPlayerStream : public CBasePlayer {
   CMutexLock m_ThreadsLock;  // outermost: whether the threads run, and stopping them
   uint32_t m_nThreadsRunning = 0;
   CMutexLock m_InputLock;
-  std::unique_ptr<CParseData> m_pParser;
+  CStreamInput m_Input{this, kParseBufferBytes};
+  uint32_t m_nPartialType = 0;  // the type of the video frame under way in the queue
   CStreamCache m_Cache;
   IPlayGroup* m_pGroup = nullptr;  // the multi-play-back group, if any
   CMutexLock m_AttrLock;
