@@ -758,6 +758,10 @@ void CBasePlayer::ResetVDecoder() {
 // lock against the writer each time: the input path ran at half its speed.
 void CBasePlayer::NotifyVideoQueued(uint32_t nType, bool bWasEmpty) {
   ++m_nInputSeq;
+  WakeDecodeFor(nType, bWasEmpty);
+}
+
+void CBasePlayer::WakeDecodeFor(uint32_t nType, bool bWasEmpty) {
   if (bWasEmpty || IsKeyKind(nType) || IsDataGroup(nType)) {
     m_decodeWake.Notify();
   }

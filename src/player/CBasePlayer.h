@@ -132,6 +132,9 @@ class CBasePlayer {
   // A video frame of nType was queued (into an empty queue when bWasEmpty): input no longer
   // counts as drained, and the decode loop is woken when it may be waiting for that frame.
   void NotifyVideoQueued(uint32_t nType, bool bWasEmpty);
+  // Only the wake: for input that never ends, whose frames need no count for the drain at the
+  // end (the count's atomic increment was a tenth of a live stream's input path).
+  void WakeDecodeFor(uint32_t nType, bool bWasEmpty);
   // Set when no more video will come (end of file): once the queue is empty the decode loop
   // takes the pictures the decoder still holds (reordering delay) and restarts it.
   void SetEndOfInput(bool bEnd) { m_nEndOfInput = bEnd ? 1 : 0; }

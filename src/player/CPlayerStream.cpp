@@ -410,7 +410,7 @@ bool CPlayerStream::PassKeyWait(uint32_t nType) {
 }
 
 void CPlayerStream::VideoQueued(uint32_t nType, bool bWasEmpty) {
-  NotifyVideoQueued(nType, bWasEmpty);
+  WakeDecodeFor(nType, bWasEmpty);  // a stream's input has no end to drain at
   // Only the delay mode's buffering watches the queue itself; every other cycle waits for
   // pictures, whose push wakes it. A wake for every frame cost the input path a quarter.
   if (m_nStreamMode == kModeDelay && m_nPlaying == 0) {
