@@ -18,12 +18,6 @@ std::vector<int16_t> AvDecode(const char* codec, const std::vector<uint8_t>& dat
   return AvDecodeAll(codec, std::vector<std::vector<uint8_t>>{data});
 }
 
-std::vector<int16_t> Samples(const std::vector<uint8_t>& bytes) {
-  std::vector<int16_t> samples(bytes.size() / 2);
-  std::memcpy(samples.data(), bytes.data(), samples.size() * 2);
-  return samples;
-}
-
 // Two tones with a swelling loudness: speech-like enough for a speech codec.
 std::vector<int16_t> Tones(size_t samples) {
   std::vector<int16_t> pcm(samples);
@@ -73,30 +67,31 @@ TEST(AudioDecoderExports, NullArgumentsAndMissingHeadGiveTheirCodes) {
 TEST(AudioDecoderExports, DecodesWholeBuffersAsFarAsTheRoomGoes) {
   const auto law = RandomBytes(1600, 1);
   const auto pcm = RandomBytes(10240, 2);
+  std::vector<int16_t> samples(pcm.size() / 2);  // what PCM gives back
+  std::memcpy(samples.data(), pcm.data(), pcm.size());
   std::vector<uint8_t> units(law.begin(), law.begin() + 240);  // a unit of 160 bytes, one of 80
   units.insert(units.begin() + 160, {0x00, 0x01, 40, 0x00});
   units.insert(units.begin(), {0x00, 0x01, 80, 0x00});
   auto lying = units;
   lying[4 + 160 + 2] = 41;  // the second unit claims two bytes more than it brought
-  struct Case {
+  const struct {
     uint16_t before;
     uint16_t coder;
     std::vector<uint8_t> data;
     uint32_t room;
     std::vector<int16_t> expected;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {17, 18, law, 3200, AvDecode("pcm_mulaw", law)},
       {18, 0, law, 3200, AvDecode("pcm_mulaw", law)},
       {18, 26, law, 3200, AvDecode("pcm_mulaw", law)},
       {18, 18, law, 3000, AvDecode("pcm_mulaw", {law.begin(), law.begin() + 1440})},  // whole 10 ms that fit
       {18, 18, {law.begin(), law.end() - 1}, 3200, {}},  // not whole 10 ms pieces
-      {20, 20, pcm, 10240, Samples(pcm)},
+      {20, 20, pcm, 10240, samples},
       {10, 10, units, 8192, AvDecode("pcm_alaw", {law.begin(), law.begin() + 240})},
       {10, 10, units, 400, AvDecode("pcm_alaw", {law.begin(), law.begin() + 160})},
       {10, 10, lying, 8192, AvDecode("pcm_alaw", {law.begin(), law.begin() + 160})},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.before << " then " << c.coder << ", " << c.data.size() << "/" << c.room);
     ZEPHPLAY_AUDIODECODER* decoder = nullptr;
     ASSERT_EQ(ZEPHPLAY_OpenAudioDecoder(&decoder), 0);

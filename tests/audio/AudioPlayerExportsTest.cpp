@@ -23,11 +23,6 @@ constexpr uint16_t kCoderPcm8k = 20;
 constexpr size_t kHisBuffer = 640;
 constexpr size_t kPcmBuffer = 2560;
 
-std::vector<uint8_t> Bytes(const std::vector<int16_t>& samples) {
-  const auto* bytes = reinterpret_cast<const uint8_t*>(samples.data());
-  return {bytes, bytes + samples.size() * 2};
-}
-
 // PCM frames first..last, 160 samples each of a value that tells the frames apart when played.
 std::vector<int16_t> PcmFrames(int first, int last) {
   std::vector<int16_t> all;
@@ -43,7 +38,7 @@ void ExpectPlayed(const DiskAudio& disk, size_t buffer, const std::vector<std::v
                   int16_t fill = kStartFillSample) {
   const auto played = disk.WaitForSamples((3 + refills.size()) * buffer);
   ASSERT_GE(played.size(), (2 + refills.size()) * buffer);
-  EXPECT_EQ(Slice(played, 0, 2 * buffer), Same(2 * buffer, fill)) << "the start fill";
+  EXPECT_EQ(Slice(played, 0, 2 * buffer), std::vector<int16_t>(2 * buffer, fill)) << "the start fill";
   for (size_t i = 0; i < refills.size(); ++i) {
     auto expected = refills[i];
     expected.resize(buffer, 0);
@@ -195,22 +190,21 @@ TEST(AudioPlayerExports, RefillsPlayWhatTheLevelsAndTheQueueRulesLeave) {
   const auto volume = [](uint16_t percent) -> QueuedPlayer::Step {
     return [percent](ZEPHPLAY_AUDIOPLAYER* p) { EXPECT_EQ(ZEPHPLAY_SetAudioVolume(p, percent), 0); };
   };
-  const auto silence = Same(kPcmBuffer, 0);
+  const std::vector<int16_t> silence(kPcmBuffer, 0);
   auto withFill = PcmFrames(0, 0);
   withFill.resize(kPcmBuffer, kStartFillSample);
   std::vector<std::vector<int16_t>> pureRefills;
   for (int first = 0; first < 153; first += 17) {
     pureRefills.push_back(PcmFrames(first, std::min(first + 15, 159)));
   }
-  struct Case {
+  const struct {
     const char* what;
     int64_t delayMs;
     std::function<void(QueuedPlayer&)> queue;
     std::vector<std::vector<int16_t>> refills;  // after the two start-fill buffers
     int16_t fill = kStartFillSample;
     QueuedPlayer::Step beforeHead = {}, whileOpen = {};
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"gain 0.5", -1, withGain(0.5), {levels}},
       {"gain 30", -1, withGain(30.0), {{25000, -25000, 32767, -32768, 3075, -175, 0, 32767}}},
       // Set while the first device is open, the volume stays with the reopened one.
@@ -221,7 +215,7 @@ TEST(AudioPlayerExports, RefillsPlayWhatTheLevelsAndTheQueueRulesLeave) {
          ASSERT_EQ(ZEPHPLAY_SetNoDataEmptyCount(p.get(), 3), 0);
          p.QueuePcm(0, 0);
        },
-       {withFill, Same(kPcmBuffer, kStartFillSample), withFill, silence, silence}},
+       {withFill, std::vector<int16_t>(kPcmBuffer, kStartFillSample), withFill, silence, silence}},
       {"no-data count 0", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 0); }, {PcmFrames(0, 0), silence, silence}},
       // 89 left >= 75 (1.5 s worth): a quarter second's worth, 12, stay.
       {"cache: frame count", -1, [](QueuedPlayer& p) { p.QueuePcm(0, 89); }, {Cat({PcmFrames(0, 0), PcmFrames(78, 89)})}},
@@ -250,7 +244,7 @@ TEST(AudioPlayerExports, RefillsPlayWhatTheLevelsAndTheQueueRulesLeave) {
        },
        {silence, PcmFrames(0, 1)}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     DiskAudio disk;
     QueuedPlayer player(kCoderPcm8k, c.delayMs, c.beforeHead, c.whileOpen);

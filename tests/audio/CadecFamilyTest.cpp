@@ -44,10 +44,6 @@ TEST(CadecFactory, EveryCoderTypeDescribesItsOutputConsistently) {
   }
 }
 
-std::vector<int16_t> AvDecodeG711(const char* name, const uint8_t* data, size_t size) {
-  return AvDecodeAll(name, std::vector<std::vector<uint8_t>>{{data, data + size}});
-}
-
 TEST(CadecG711, DecodesAsLibavcodecInWhole10msPiecesOnly) {
   struct Case {
     uint32_t coder;
@@ -62,14 +58,13 @@ TEST(CadecG711, DecodesAsLibavcodecInWhole10msPiecesOnly) {
     DecoderPtr d = MakeDecoder(c.coder);
     ASSERT_NE(d, nullptr);
     for (const auto& f : frames) {
-      EXPECT_EQ(DecodeUnit(d.get(), f.data), AvDecodeG711(c.avName, f.data.data(), f.data.size()));
+      EXPECT_EQ(DecodeUnit(d.get(), f.data), AvDecodeAll(c.avName, std::vector{f}));
     }
-    const uint8_t* bytes = frames[0].data.data();
-    EXPECT_EQ(DecodeUnit(d.get(), bytes, 160), AvDecodeG711(c.avName, bytes, 160));
-    EXPECT_EQ(DecodeUnit(d.get(), bytes, 80).size(), 80u);
+    const std::vector<std::vector<uint8_t>> piece{{frames[0].data.begin(), frames[0].data.begin() + 160}};
+    EXPECT_EQ(DecodeUnit(d.get(), piece[0]), AvDecodeAll(c.avName, piece));
+    EXPECT_EQ(DecodeUnit(d.get(), piece[0].data(), 80).size(), 80u);
     for (size_t wrong : {0, 1, 79, 81, 159, 161, 1040}) {
-      std::vector<uint8_t> data(wrong, 0x55);
-      EXPECT_TRUE(DecodeUnit(d.get(), data).empty()) << wrong << " bytes";
+      EXPECT_TRUE(DecodeUnit(d.get(), std::vector<uint8_t>(wrong, 0x55)).empty()) << wrong << " bytes";
     }
   }
 }

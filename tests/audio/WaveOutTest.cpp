@@ -19,15 +19,6 @@
 namespace zp::test {
 namespace {
 
-// n frames of 8 bytes stamped firstMs, firstMs + stepMs, ...
-void Queue(CFrameQueue* queue, int n, uint64_t firstMs, uint64_t stepMs) {
-  queue->Reset();
-  const uint8_t payload[8] = {};
-  for (int i = 0; i < n; ++i) {
-    ASSERT_EQ(queue->WriteFrame(QueueFrameHead{1, sizeof payload, (firstMs + i * stepMs) * 1000}, payload), 1);
-  }
-}
-
 TEST(CacheControl, ChecksAtMostEvery500MsAcrossTheTickWrap) {
   uint32_t now = 1000;
   CAudioCacheControl control([&now] { return now; });
@@ -45,7 +36,7 @@ TEST(CacheControl, ChecksAtMostEvery500MsAcrossTheTickWrap) {
 
 // Each rule at and beside its limit: frames left after one check.
 TEST(CacheControl, RulesTrimAtTheirLimits) {
-  struct Case {
+  const struct {
     const char* what;
     uint32_t delayMs;
     uint64_t referenceMs;
@@ -55,8 +46,7 @@ TEST(CacheControl, RulesTrimAtTheirLimits) {
     uint32_t framesPerSecond;
     uint64_t stampMs;  // of the frame decoded last
     int left;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"1.5 s worth at 50/s", 0, 0, false, 75, 1, 50, 0, 12},
       {"under 1.5 s worth", 0, 0, false, 74, 1, 50, 0, 74},
       {"1.5 s worth at 25/s", 0, 0, false, 37, 1, 25, 0, 6},
@@ -76,18 +66,23 @@ TEST(CacheControl, RulesTrimAtTheirLimits) {
   };
   CFrameQueue queue;
   ASSERT_EQ(queue.Init(200, 100000), 1);
-  for (const Case& c : cases) {
+  const uint8_t payload[8] = {};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.what);
     CAudioCacheControl control([] { return 1000u; });
     control.SetMaxCacheMinSecond(c.delayMs);
     control.SetReferenceTime(c.referenceMs * 1000);
     control.SetLongClear(c.longClear);
-    Queue(&queue, c.frames, c.referenceMs == 10000 ? 9000 : 0, c.stepMs);
+    const uint64_t firstMs = c.referenceMs == 10000 ? 9000 : 0;
+    queue.Reset();
+    for (int i = 0; i < c.frames; ++i) {
+      ASSERT_EQ(queue.WriteFrame(QueueFrameHead{1, sizeof payload, (firstMs + i * c.stepMs) * 1000}, payload), 1);
+    }
     ASSERT_TRUE(control.Check(&queue, c.framesPerSecond, c.stampMs * 1000));
     EXPECT_EQ(queue.GetFrameNum(), c.left);
     uint64_t head = 0;
     ASSERT_EQ(queue.PeekStamp(&head), 1);
-    EXPECT_EQ(head / 1000, (c.referenceMs == 10000 ? 9000 : 0) + (c.frames - c.left) * c.stepMs) << "the newest stay";
+    EXPECT_EQ(head / 1000, firstMs + (c.frames - c.left) * c.stepMs) << "the newest stay";
   }
 }
 
@@ -125,14 +120,6 @@ struct PcmLog {
   uint32_t rate = 0;
 };
 
-void CollectPcm(const int16_t* pcm, uint32_t samples, uint32_t, uint32_t, uint32_t rate, uint64_t stamp,
-                uint64_t user) {
-  auto* log = reinterpret_cast<PcmLog*>(user);
-  log->samples.insert(log->samples.end(), pcm, pcm + samples);
-  log->stamps.push_back(stamp);
-  log->rate = rate;
-}
-
 // Without a frame buffer the wave-out pulls frames until its buffer is full; the frame that
 // reaches past the end is played up to the end (the rest is cut off), and the next refill
 // goes on with the next frame. No cache rule runs. Every lock handed over is left again, and
@@ -142,7 +129,14 @@ TEST(WaveOut, PullPathFillsEachBufferAndLeavesTheHandedLocks) {
   std::unique_ptr<CADEC> decoder(CADEC::S_InitAudioDecoder(20, 0));
   ASSERT_EQ(decoder->InitDecoder(1), 1);
   PcmLog pcmLog;
-  decoder->SetPcmCallback(&CollectPcm, reinterpret_cast<uint64_t>(&pcmLog));
+  decoder->SetPcmCallback(
+      [](const int16_t* pcm, uint32_t samples, uint32_t, uint32_t, uint32_t rate, uint64_t stamp, uint64_t user) {
+        auto* log = reinterpret_cast<PcmLog*>(user);
+        log->samples.insert(log->samples.end(), pcm, pcm + samples);
+        log->stamps.push_back(stamp);
+        log->rate = rate;
+      },
+      reinterpret_cast<uint64_t>(&pcmLog));
   PullSource source;
   source.frames = 40;
   std::vector<int16_t> played;
@@ -167,7 +161,7 @@ TEST(WaveOut, PullPathFillsEachBufferAndLeavesTheHandedLocks) {
   }
   const std::vector<int16_t> seenByCallback = expected;
   expected.resize(4 * kPcmBufferSamples, 0);
-  EXPECT_EQ(Slice(played, 0, 2 * kPcmBufferSamples), Same(2 * kPcmBufferSamples, kStartFillSample));
+  EXPECT_EQ(Slice(played, 0, 2 * kPcmBufferSamples), std::vector<int16_t>(2 * kPcmBufferSamples, kStartFillSample));
   EXPECT_EQ(Slice(played, 2 * kPcmBufferSamples, 4 * kPcmBufferSamples), expected);
 
   EXPECT_EQ(source.handedOver.load(), 40);
@@ -182,14 +176,6 @@ struct SlowRefill {
   std::atomic<int> entered{0}, left{0};
 };
 
-void SlowPcm(const int16_t*, uint32_t, uint32_t, uint32_t, uint32_t, uint64_t, uint64_t user) {
-  auto* slow = reinterpret_cast<SlowRefill*>(user);
-  if (++slow->entered == 1) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(150));
-  }
-  ++slow->left;
-}
-
 // Stop called while a refill is decoding returns only after that refill has ended, and no
 // refill starts after it.
 TEST(WaveOut, StopWaitsForTheRefillUnderWay) {
@@ -197,7 +183,15 @@ TEST(WaveOut, StopWaitsForTheRefillUnderWay) {
   std::unique_ptr<CADEC> decoder(CADEC::S_InitAudioDecoder(20, 0));
   ASSERT_EQ(decoder->InitDecoder(1), 1);
   SlowRefill slow;
-  decoder->SetPcmCallback(&SlowPcm, reinterpret_cast<uint64_t>(&slow));
+  decoder->SetPcmCallback(
+      [](const int16_t*, uint32_t, uint32_t, uint32_t, uint32_t, uint64_t, uint64_t user) {
+        auto* slow = reinterpret_cast<SlowRefill*>(user);
+        if (++slow->entered == 1) {
+          std::this_thread::sleep_for(std::chrono::milliseconds(150));
+        }
+        ++slow->left;
+      },
+      reinterpret_cast<uint64_t>(&slow));
   CFrameQueue frames;
   ASSERT_EQ(frames.Init(100, 64000), 1);
   const std::vector<uint8_t> payload(320, 0);

@@ -8,19 +8,18 @@
 #include <thread>
 #include <vector>
 
-#include "CaptureTestSupport.h"
 #include "Delivered.h"
 #include "zephplay.h"
 
 namespace {
 
-using zp::test::DiskMicrophone;
+using zp::test::DiskAudio;
 
 using Frames = zp::test::Delivered<ZEPHPLAY_ACE, &ZEPHPLAY_ACEClose>;
 
 TEST(CaptureEncodeExports, PcmFramesCarryTheMicrophoneAndTheSaveFileHoldsWhatWasDelivered) {
   const std::vector<uint8_t> mic = zp::test::Ramp(16000);
-  DiskMicrophone microphone(mic);
+  DiskAudio microphone(1, mic);
   Frames f;
   ZEPHPLAY_ACE* ace = nullptr;
   ASSERT_EQ(ZEPHPLAY_ACEOpen(&ace, 20, reinterpret_cast<uint64_t>(&f), &Frames::Take), 0);
@@ -62,7 +61,7 @@ TEST(CaptureEncodeExports, PcmFramesCarryTheMicrophoneAndTheSaveFileHoldsWhatWas
 }
 
 TEST(CaptureEncodeExports, AacCapturesAtTheCoderTypesRateInLargerBuffers) {
-  DiskMicrophone microphone(zp::test::Ramp(16000));
+  DiskAudio microphone(1, zp::test::Ramp(16000));
   Frames f;
   ZEPHPLAY_ACE* ace = nullptr;
   ASSERT_EQ(ZEPHPLAY_ACEOpen(&ace, 13, reinterpret_cast<uint64_t>(&f), &Frames::Take), 0);  // AAC, 16 kHz
@@ -82,7 +81,7 @@ TEST(CaptureEncodeExports, AacCapturesAtTheCoderTypesRateInLargerBuffers) {
 }
 
 TEST(CaptureEncodeExports, ClosingWhileDeliveringNeverHangsAndInsideTheCallbackIsRefused) {
-  DiskMicrophone microphone(zp::test::Ramp(64000));
+  DiskAudio microphone(1, zp::test::Ramp(64000));
   for (int i = 0; i < 5; ++i) {
     Frames f;
     ZEPHPLAY_ACE* ace = nullptr;

@@ -8,50 +8,36 @@
 #include <random>
 #include <vector>
 
-#include "CaptureTestSupport.h"
 #include "Delivered.h"
 #include "zephplay.h"
 
 namespace {
 
 using zp::test::Bytes;
-using zp::test::DiskMicrophone;
+using zp::test::DiskAudio;
 
 using Received = zp::test::Delivered<ZEPHPLAY_AUDIOCAPTURE, &ZEPHPLAY_CloseAudioCapture>;
 
-std::vector<int16_t> Samples(const std::vector<uint8_t>& bytes, size_t from, size_t count) {
-  std::vector<int16_t> out(count);
-  std::memcpy(out.data(), bytes.data() + from * 2, count * 2);
-  return out;
-}
-
-struct OpenCase {
-  const char* name;
-  uint32_t rate;
-  uint16_t channels;
-  uint32_t buffer;  // 0: the plain form, else ZEPHPLAY_OpenAudioCapturePCM with this size
-};
-
-int32_t Open(const OpenCase& c, Received* r, ZEPHPLAY_AUDIOCAPTURE** capture) {
-  const uint64_t user = reinterpret_cast<uint64_t>(r);
-  if (c.buffer == 0) {
-    return c.rate == 8000 ? ZEPHPLAY_OpenAudioCapture(capture, user, &Received::Take)
-                          : ZEPHPLAY_OpenAudioCaptureEx(capture, c.rate, user, &Received::Take);
-  }
-  const ZEPHPLAY_WAVEFORMAT format{1, c.channels, c.rate, c.rate * 2u * c.channels, uint16_t(2 * c.channels), 16, 0};
-  return ZEPHPLAY_OpenAudioCapturePCM(capture, &format, c.buffer, user, &Received::Take);
-}
-
 TEST(CaptureExports, TheCallbackGetsTheMicrophonesSamplesInWholeBuffers) {
-  const OpenCase cases[] = {{"8 kHz", 8000, 1, 0}, {"16 kHz", 16000, 1, 0}, {"PCM stereo", 11025, 2, 882}};
-  for (const OpenCase& c : cases) {
+  const struct {
+    const char* name;
+    uint32_t rate;
+    uint16_t channels;
+    uint32_t buffer;  // 0: the plain forms, else ZEPHPLAY_OpenAudioCapturePCM with this size
+  } cases[] = {{"8 kHz", 8000, 1, 0}, {"16 kHz", 16000, 1, 0}, {"PCM stereo", 11025, 2, 882}};
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const std::vector<uint8_t> ramp = zp::test::Ramp(8000);
-    DiskMicrophone microphone(ramp);
+    DiskAudio microphone(1, ramp);
     ZEPHPLAY_SetUseSpeex(0);
     Received r;
     ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
-    ASSERT_EQ(Open(c, &r, &capture), 0);
+    const uint64_t user = reinterpret_cast<uint64_t>(&r);
+    const ZEPHPLAY_WAVEFORMAT format{1, c.channels, c.rate, c.rate * 2u * c.channels, uint16_t(2 * c.channels), 16, 0};
+    ASSERT_EQ(c.buffer != 0   ? ZEPHPLAY_OpenAudioCapturePCM(&capture, &format, c.buffer, user, &Received::Take)
+              : c.rate == 8000 ? ZEPHPLAY_OpenAudioCapture(&capture, user, &Received::Take)
+                               : ZEPHPLAY_OpenAudioCaptureEx(&capture, c.rate, user, &Received::Take),
+              0);
     const bool enough = r.WaitForBytes(ramp.size());
     ASSERT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
     ASSERT_TRUE(enough);
@@ -93,7 +79,7 @@ TEST(CaptureExports, NoiseSuppressionQuietensTheGapsAndKeepsTheTone) {
   }
   double gap[2], burst[2];
   for (int speex : {0, 1}) {
-    DiskMicrophone microphone(Bytes(noisy));
+    DiskAudio microphone(1, Bytes(noisy));
     ZEPHPLAY_SetUseSpeex(speex);
     Received r;
     ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
@@ -102,7 +88,9 @@ TEST(CaptureExports, NoiseSuppressionQuietensTheGapsAndKeepsTheTone) {
     ASSERT_EQ(ZEPHPLAY_CloseAudioCapture(capture), 0);
     ASSERT_TRUE(enough);
     // The last two seconds, once the suppressor has learnt the noise.
-    const std::vector<int16_t> late = Samples(r.Joined(), 2 * 8000, 2 * 8000);
+    const std::vector<uint8_t> joined = r.Joined();
+    std::vector<int16_t> late(2 * 8000);
+    std::memcpy(late.data(), joined.data() + late.size() * 2, late.size() * 2);
     gap[speex] = PowerDb(late, false);
     burst[speex] = PowerDb(late, true);
   }
@@ -112,7 +100,7 @@ TEST(CaptureExports, NoiseSuppressionQuietensTheGapsAndKeepsTheTone) {
 }
 
 TEST(CaptureExports, RefusalsAndTheEchoCancellerThatNeverOpens) {
-  DiskMicrophone microphone(std::vector<uint8_t>(32000, 1));
+  DiskAudio microphone(1, std::vector<uint8_t>(32000, 1));
   ZEPHPLAY_AUDIOCAPTURE* capture = nullptr;
   EXPECT_EQ(ZEPHPLAY_OpenAudioCapture(nullptr, 0, &Received::Take), -1);
   EXPECT_EQ(ZEPHPLAY_OpenAudioCapturePCM(&capture, nullptr, 320, 0, &Received::Take), -1);

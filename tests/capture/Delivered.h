@@ -1,11 +1,8 @@
 #pragma once
-#include <algorithm>
 #include <atomic>
-#include <cstdint>
 #include <mutex>
-#include <vector>
 
-#include "CaptureTestSupport.h"
+#include "audio/DiskAudio.h"
 #include "zephplay.h"
 
 namespace zp::test {

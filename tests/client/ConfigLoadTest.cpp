@@ -3,7 +3,8 @@
 // in a child process, as a user's program would.
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <map>
 #include <string>
 
@@ -28,23 +29,15 @@ class Scratch {
     const std::string cmd = "env -u ZEPHPLAY_LOG_DIR -u ZEPHPLAY_LOG_LEVEL HOME='" + root.string() + "' " + env +
                             " '" + (root / "app" / "probe").string() + "' '" +
                             (root / "lib" / "libzephplay.so").string() + "'";
+    EXPECT_EQ(std::system((cmd + " > '" + (root / "probe.out").string() + "'").c_str()), 0) << cmd;
     std::map<std::string, std::string> out;
-    FILE* p = popen(cmd.c_str(), "r");
-    if (p == nullptr) {
-      return out;
-    }
-    char line[4096];
-    while (fgets(line, sizeof(line), p) != nullptr) {
-      std::string s(line);
-      if (!s.empty() && s.back() == '\n') {
-        s.pop_back();
-      }
-      const auto eq = s.find('=');
+    std::ifstream in(root / "probe.out");
+    for (std::string line; std::getline(in, line);) {
+      const auto eq = line.find('=');
       if (eq != std::string::npos) {
-        out[s.substr(0, eq)] = s.substr(eq + 1);
+        out[line.substr(0, eq)] = line.substr(eq + 1);
       }
     }
-    EXPECT_EQ(pclose(p), 0) << cmd;
     return out;
   }
   TempDir dir;

@@ -3,7 +3,6 @@
 // clock paces what is shown.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <mutex>

@@ -1,27 +1,20 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <memory>
 #include <tuple>
 
 #include "MediaTestSupport.h"
-#include "media/CFileH264.h"
 #include "media/CFileTembro.h"
-#include "media/CRecWriterGrec.h"
 
 using namespace zp;
-using mediatest::Frame;
-using mediatest::Open;
-using mediatest::ReadBytes;
-using mediatest::Record;
-using mediatest::StreamBytes;
+using namespace mediatest;
 
 namespace {
 
 // The next frame a reader gives; type 0 when there is none.
-mediatest::Read ReadOne(CRecFile* reader) {
-  const auto one = mediatest::ReadAll(reader, 1);
-  return one.empty() ? mediatest::Read{} : one[0];
+Read ReadOne(CRecFile* reader) {
+  const auto one = ReadAll(reader, 1);
+  return one.empty() ? Read{} : one[0];
 }
 
 FileInfo InfoOf(CRecFile* reader) {
@@ -39,7 +32,7 @@ TEST(RecFile, FactoryChoosesTheReaderByName) {
   const std::string mpg = (dir.path() / "v.mpg").string();
   samples::WriteFileBytes(mpg, StreamBytes({{FRAME_TAG_I, std::vector<uint8_t>(600, 1), 1000},
                                             {FRAME_TAG_P, std::vector<uint8_t>(10, 2), 2000}}));
-  const std::string grec = Record(dir, "r.grec", mediatest::MakeFrames(1, 10, 5, false));
+  const std::string grec = Record(dir, "r.grec", MakeFrames(1, 10, 5, false));
   const struct {
     std::string source;  // empty: no file
     const char* name;
@@ -76,7 +69,7 @@ TEST(FileTembro, StampsRewindAndSeeks) {
   const FileInfo info = InfoOf(reader.get());
   EXPECT_EQ(std::make_tuple(info.u64FileBegPts, info.u64FileEndPts, info.nTotalMinSecond),
             std::make_tuple(7000000ull, 9000000ull, 2000u));
-  auto frames = mediatest::ReadAll(reader.get());
+  auto frames = ReadAll(reader.get());
   ASSERT_EQ(frames.size(), 5u);
   EXPECT_EQ(frames[0].type, FRAME_TAG_DATA);
   EXPECT_EQ(frames[2].type, FRAME_TAG_WAVE);
@@ -98,9 +91,9 @@ TEST(FileTembro, StampsRewindAndSeeks) {
   samples::WriteFileBytes(path, bytes);
   reader = Open(path);
   ASSERT_NE(reader, nullptr);
-  EXPECT_EQ(mediatest::ReadAll(reader.get()).size(), 40u);
+  EXPECT_EQ(ReadAll(reader.get()).size(), 40u);
   ASSERT_EQ(reader->SeekToBegin(), 0);
-  const auto afterRewind = mediatest::ReadAll(reader.get());
+  const auto afterRewind = ReadAll(reader.get());
   const size_t firstAfter512 = std::upper_bound(offsets.begin(), offsets.end(), size_t{511}) - offsets.begin();
   ASSERT_EQ(afterRewind.size(), 40 - firstAfter512);
   EXPECT_EQ(afterRewind[0].stamp, 1000000 + firstAfter512 * 100000ull);
@@ -121,7 +114,7 @@ TEST(FileTembro, StampsRewindAndSeeks) {
 // through every key frame forwards, then backwards, each as written.
 TEST(FileH264, SeeksAndStepsWithAndWithoutIndex) {
   TempDir dir;
-  auto frames = mediatest::MakeFrames(9, 750, 50, true, 800);  // 30 s, a key frame every 2 s
+  auto frames = MakeFrames(9, 750, 50, true, 800);  // 30 s, a key frame every 2 s
   // Indexed too, but only key entries are loaded: stepping never returns it.
   frames.insert(frames.begin() + 5, Frame{FRAME_TAG_DATA, {1, 2, 3}, 0});
   std::vector<uint64_t> keys;
@@ -191,7 +184,7 @@ TEST(FileH264, SeeksAndStepsWithAndWithoutIndex) {
 TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   TempDir dir;
   // Key frames 1.2 s apart: more than the one second within which the index search stops.
-  std::vector<Frame> frames = mediatest::MakeFrames(4, 90, 30, false);
+  std::vector<Frame> frames = MakeFrames(4, 90, 30, false);
   frames.insert(frames.begin() + 5, Frame{FRAME_TAG_DATA, {1, 2, 3}, 0});
   const std::string closed = Record(dir, "h.grec", frames);
   const auto original = ReadBytes(closed);
@@ -207,7 +200,7 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   // The vendor trailer marker is not ours: the index is ignored and the frames are scanned.
   auto vendor = variant("vendor.grec", [](auto& b) { WriteU32(&b[ReadU32(&b[68])], 0x08070620); });
   ASSERT_NE(vendor, nullptr);
-  EXPECT_EQ(mediatest::ReadAll(vendor.get()).size(), frames.size());
+  EXPECT_EQ(ReadAll(vendor.get()).size(), frames.size());
   // A trailer offset outside the file leaves no index; the frames still read (and the reader
   // goes on into the trailer, where it may take entries for frames).
   auto outside = variant("outside.grec", [](auto& b) { WriteU32(&b[68], 0x7FFFFFF0); });
@@ -218,7 +211,7 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
   ASSERT_NE(justPast, nullptr);
   const FileInfo far = InfoOf(outside.get()), near = InfoOf(justPast.get());
   EXPECT_EQ(std::tie(far.u64FileEndPts, far.nTotalMinSecond), std::tie(near.u64FileEndPts, near.nTotalMinSecond));
-  const auto got = mediatest::ReadAll(outside.get());
+  const auto got = ReadAll(outside.get());
   ASSERT_GE(got.size(), frames.size());
   for (size_t i = 0; i < frames.size(); ++i) {
     EXPECT_EQ(got[i].data, frames[i].data) << i;
@@ -232,7 +225,7 @@ TEST(FileH264, HeadAndTrailerDecideHowTheFileIsRead) {
 
 TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
   TempDir dir;
-  const auto frames = mediatest::MakeFrames(5, 40, 10, true);
+  const auto frames = MakeFrames(5, 40, 10, true);
   const auto original = ReadBytes(Record(dir, "t.grec", frames));
   const std::string path = (dir.path() / "damaged.grec").string();
   // Every truncation: the open fails or the reader returns a prefix of the frames. (Seeking and
@@ -240,7 +233,7 @@ TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
   for (size_t cut = 0; cut < original.size(); cut += 61) {
     samples::WriteFileBytes(path, std::vector<uint8_t>(original.begin(), original.begin() + cut));
     auto reader = Open(path);
-    const auto got = reader == nullptr ? std::vector<mediatest::Read>{} : mediatest::ReadAll(reader.get());
+    const auto got = reader == nullptr ? std::vector<Read>{} : ReadAll(reader.get());
     ASSERT_LE(got.size(), frames.size()) << cut;
     for (size_t i = 0; i < got.size(); ++i) {
       ASSERT_EQ(got[i].stamp, frames[i].stampUs) << cut;
@@ -255,13 +248,13 @@ TEST(FileH264, DamagedFilesEndReadingWithoutHarm) {
     samples::WriteFileBytes(path, bytes);
     auto reader = Open(path);
     ASSERT_NE(reader, nullptr);
-    EXPECT_EQ(mediatest::ReadAll(reader.get()).size(), 2u) << length;
+    EXPECT_EQ(ReadAll(reader.get()).size(), 2u) << length;
   }
 }
 
 TEST(RecFile, PoolHandsOutFiveRecordsAndLosesNoFrame) {
   TempDir dir;
-  const auto frames = mediatest::MakeFrames(6, 12, 4, false, 30000);  // some need a larger buffer
+  const auto frames = MakeFrames(6, 12, 4, false, 30000);  // some need a larger buffer
   auto reader = Open(Record(dir, "pool.grec", frames));
   ASSERT_NE(reader, nullptr);
   FrameHead* held[5];
@@ -275,7 +268,7 @@ TEST(RecFile, PoolHandsOutFiveRecordsAndLosesNoFrame) {
     EXPECT_GE(held[i]->nCapacity, held[i]->nLength);
     reader->ReleaseFrame(held[i]);
   }
-  const auto rest = mediatest::ReadAll(reader.get());
+  const auto rest = ReadAll(reader.get());
   ASSERT_EQ(rest.size(), frames.size() - 5);
   EXPECT_EQ(rest[0].stamp, frames[5].stampUs);
   EXPECT_EQ(rest[0].data, frames[5].data);

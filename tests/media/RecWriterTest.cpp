@@ -8,7 +8,6 @@
 #include <tuple>
 
 #include "MediaTestSupport.h"
-#include "media/CFileH264.h"
 #include "media/CRecWriterGrec.h"
 
 using namespace zp;

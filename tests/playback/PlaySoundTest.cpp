@@ -17,17 +17,6 @@
 
 namespace {
 
-// The A-law bytes of back-to-back frames of `frameBytes`, each behind a head of `headBytes`,
-// decoded by libavcodec.
-std::vector<int16_t> OracleDecode(const std::vector<uint8_t>& frames, size_t headBytes, size_t frameBytes) {
-  zp::test::AvDecoder alaw("pcm_alaw");
-  std::vector<int16_t> pcm;
-  for (size_t at = 0; at + frameBytes <= frames.size() && alaw.ok(); at += frameBytes) {
-    alaw.Decode(frames.data() + at + headBytes, frameBytes - headBytes, &pcm);
-  }
-  return pcm;
-}
-
 constexpr size_t kFrame = 160;  // samples of one audio frame of the recordings
 
 // Walks what was played, device buffer by device buffer, against the recording's frames and
@@ -81,7 +70,13 @@ TEST(PlaySound, PlaysTheRecordingsAudioDecodedInOrder) {
     const std::string make = std::string(SAMPLEMAKER_PATH) + " --frames 50 --audio " + c.audio + " -o ";
     ASSERT_EQ(std::system((make + grec + " -f grec > /dev/null").c_str()), 0);
     ASSERT_EQ(std::system((make + es + " -f es-audio > /dev/null").c_str()), 0);
-    const std::vector<int16_t> reference = OracleDecode(zp::test::ReadBytes(es), c.headBytes, c.headBytes + 160);
+    // The A-law bytes of each frame behind its head, decoded by libavcodec.
+    const std::vector<uint8_t> frames = zp::test::ReadBytes(es);
+    zp::test::AvDecoder alaw("pcm_alaw");
+    std::vector<int16_t> reference;
+    for (size_t at = 0; at + c.headBytes + kFrame <= frames.size() && alaw.ok(); at += c.headBytes + kFrame) {
+      alaw.Decode(frames.data() + at + c.headBytes, kFrame, &reference);
+    }
     ASSERT_EQ(reference.size(), 100u * 160u);
 
     ZEPHPLAY_PLAYHANDLE* h = nullptr;

@@ -4,7 +4,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -35,18 +34,6 @@ xwd -silent -name "$2" | convert xwd:- -depth 8 "rgb:$3"
 kill -INT $P; wait $P; echo "exit=$?"; cat "$3.out"
 )";
 
-std::string Output(const std::string& command) {
-  std::string out;
-  if (FILE* p = popen(command.c_str(), "r")) {
-    char buf[256];
-    while (std::fgets(buf, sizeof buf, p) != nullptr) {
-      out += buf;
-    }
-    pclose(p);
-  }
-  return out;
-}
-
 TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
   if (std::system("command -v Xvfb > /dev/null 2>&1") != 0) {
     GTEST_SKIP() << "no Xvfb";
@@ -58,10 +45,11 @@ TEST(ToolWindow, PausedPictureOnScreenIsTheDecodedOne) {
   const auto reference = zp::test::DecodeAllPictures("h264", video);
   ASSERT_EQ(reference.size(), video.size());
 
-  const std::string script = (dir.path() / "grab.sh").string();
+  const std::string script = dir.File("grab.sh", kScript);
   const std::string shot = (dir.path() / "shot.rgb").string();
-  std::ofstream(script) << kScript;
-  const std::string out = Output("timeout 60 sh " + script + " " ZEPHPLAY_PATH " " + file + " " + shot);
+  const std::string run = "timeout 60 sh " + script + " " ZEPHPLAY_PATH " " + file + " " + shot + " > " + shot + ".log";
+  EXPECT_EQ(std::system(run.c_str()), 0);
+  const std::string out = zp::test::ReadText(shot + ".log");
   const size_t at = out.find("paused at ");
   unsigned ms = 0;
   ASSERT_TRUE(at != std::string::npos && std::sscanf(out.c_str() + at, "paused at %u ms", &ms) == 1) << out;

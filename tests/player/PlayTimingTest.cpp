@@ -10,13 +10,12 @@ namespace {
 using zp::CPlayTiming;
 
 TEST(PlayTiming, Intervals) {
-  struct Case {
+  const struct {
     uint64_t current, next;
     int32_t rate;
     bool back;
     uint32_t general, file;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {1000000, 1040499, 0, false, 40, 40},
       {1000000, 1040500, 0, false, 41, 41},
       {1000000, 999999, 0, false, 40, 40},      // next below current
@@ -30,7 +29,7 @@ TEST(PlayTiming, Intervals) {
       {1000000, 1080000, 0, true, 40, 80},
       {1000000, 1000000 + 0x100000000ull + 40000, 0, false, 40, 40},  // truncated to 32 bits
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(testing::Message() << c.current << " -> " << c.next << " rate " << c.rate);
     EXPECT_EQ(CPlayTiming::GeneralInterval(c.current, c.next, c.rate, c.back), c.general);
     EXPECT_EQ(CPlayTiming::FileInterval(c.current, c.next, c.rate), c.file);
@@ -41,13 +40,12 @@ TEST(PlayTiming, RateRules) {
   EXPECT_FALSE(CPlayTiming::IsKeyFrameOnly(4, false));
   EXPECT_TRUE(CPlayTiming::IsKeyFrameOnly(5, false));
   EXPECT_TRUE(CPlayTiming::IsKeyFrameOnly(-3, true));
-  struct Case {
+  const struct {
     int32_t from, to;
     bool reset;
-  };
-  const Case cases[] = {{0, 1, false}, {0, 4, false}, {0, 5, true},  {2, -1, true},
+  } cases[] = {{0, 1, false}, {0, 4, false}, {0, 5, true},  {2, -1, true},
                         {-1, -2, false}, {-2, 0, true}, {-2, 6, true}, {5, 8, true}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(CPlayTiming::RateChangeResetsPacing(c.from, c.to), c.reset) << c.from << " -> " << c.to;
   }
 }

@@ -98,16 +98,15 @@ uint32_t PlayTime(CPlayerFile* player) {
 // end comes once and comes again after a seek has read frames anew.
 TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
   TempDir dir;
-  struct Case {
+  const struct {
     const char* name;
     VideoCodec codec;
     bool bFrames, audio;
-  };
-  const Case cases[] = {{"h264.grec", VideoCodec::H264, false, true},
+  } cases[] = {{"h264.grec", VideoCodec::H264, false, true},
                         {"h264b.grec", VideoCodec::H264, true, false},
                         {"hevc.grec", VideoCodec::H265, false, true},
                         {"h264.mpg", VideoCodec::H264, true, true}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     const bool hevc = c.codec == VideoCodec::H265;
 #ifdef __SANITIZE_THREAD__

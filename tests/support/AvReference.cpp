@@ -1,5 +1,6 @@
 #include "AvReference.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -17,11 +18,6 @@ void CopyPlane(const uint8_t* src, int stride, int w, int h, std::vector<uint8_t
     std::memcpy(out->data() + static_cast<size_t>(r) * w, src + static_cast<ptrdiff_t>(r) * stride,
                 static_cast<size_t>(w));
   }
-}
-
-int16_t FromFloat(float v) {
-  const float s = std::nearbyint(v * 32768.0f);
-  return static_cast<int16_t>(s > 32767.0f ? 32767.0f : (s < -32768.0f ? -32768.0f : s));
 }
 
 }  // namespace
@@ -132,8 +128,9 @@ void AvDecoder::CollectSound(std::vector<int16_t>* out) {
     for (int c = 0; c < ch; ++c) {
       const uint8_t* plane = frame_->data[planar ? c : 0];
       const int i = planar ? s : s * ch + c;
-      out->push_back(packed == AV_SAMPLE_FMT_S16 ? reinterpret_cast<const int16_t*>(plane)[i]
-                                                 : FromFloat(reinterpret_cast<const float*>(plane)[i]));
+      const float f = packed == AV_SAMPLE_FMT_S16 ? reinterpret_cast<const int16_t*>(plane)[i]
+                                                  : std::nearbyint(reinterpret_cast<const float*>(plane)[i] * 32768.0f);
+      out->push_back(static_cast<int16_t>(std::clamp(f, -32768.0f, 32767.0f)));
     }
   }
 }

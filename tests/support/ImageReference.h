@@ -8,26 +8,21 @@
 
 namespace zp::test {
 
-// Top-down packed RGB of a 4:2:0 picture: BT.601 limited range to full range in floating point,
-// rounded.
-inline std::vector<uint8_t> ReferenceRgb(const uint8_t* y, const uint8_t* u, const uint8_t* v, int yStride,
-                                         int uvStride, int width, int height) {
+// Top-down packed RGB of a picture: BT.601 limited range to full range in floating point, rounded.
+inline std::vector<uint8_t> ReferenceRgb(const Picture& p) {
   std::vector<uint8_t> rgb;
-  rgb.reserve(static_cast<size_t>(width) * height * 3);
-  for (int r = 0; r < height; ++r) {
-    for (int c = 0; c < width; ++c) {
-      const double l = 1.164383 * (y[r * yStride + c] - 16);
-      const double d = u[(r / 2) * uvStride + c / 2] - 128.0, e = v[(r / 2) * uvStride + c / 2] - 128.0;
+  rgb.reserve(static_cast<size_t>(p.width) * p.height * 3);
+  const int uvStride = (p.width + 1) / 2;
+  for (int r = 0; r < p.height; ++r) {
+    for (int c = 0; c < p.width; ++c) {
+      const double l = 1.164383 * (p.y[r * p.width + c] - 16);
+      const double d = p.u[(r / 2) * uvStride + c / 2] - 128.0, e = p.v[(r / 2) * uvStride + c / 2] - 128.0;
       for (const double x : {l + 1.596027 * e, l - 0.391762 * d - 0.812968 * e, l + 2.017232 * d}) {
         rgb.push_back(static_cast<uint8_t>(x < 0 ? 0 : (x > 255 ? 255 : std::lround(x))));
       }
     }
   }
   return rgb;
-}
-
-inline std::vector<uint8_t> ReferenceRgb(const Picture& p) {
-  return ReferenceRgb(p.y.data(), p.u.data(), p.v.data(), p.width, (p.width + 1) / 2, p.width, p.height);
 }
 
 // PSNR of two images, 0 when their sizes differ or they are empty (a failed screenshot).

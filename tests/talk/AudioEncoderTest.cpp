@@ -24,8 +24,6 @@ std::vector<int16_t> Tone(size_t n, int rate) {
   return pcm;
 }
 
-const uint8_t* Bytes(const std::vector<int16_t>& pcm) { return reinterpret_cast<const uint8_t*>(pcm.data()); }
-
 // One exported encoder; payloads of the frames it made. Closing answers 0 exactly when it opened.
 struct Encoder {
   ZEPHPLAY_AUDIOENCODER* handle = nullptr;
@@ -43,9 +41,10 @@ struct Encoder {
   }
   // Frames of `piece` bytes over all of pcm, payloads concatenated.
   std::vector<uint8_t> Stream(const std::vector<int16_t>& pcm, uint32_t piece) {
+    const std::vector<uint8_t> bytes = Bytes(pcm);
     std::vector<uint8_t> all;
-    for (size_t at = 0; at + piece <= pcm.size() * 2; at += piece) {
-      const std::vector<uint8_t> payload = Frame(Bytes(pcm) + at, piece);
+    for (size_t at = 0; at + piece <= bytes.size(); at += piece) {
+      const std::vector<uint8_t> payload = Frame(bytes.data() + at, piece);
       all.insert(all.end(), payload.begin(), payload.end());
     }
     return all;
@@ -156,18 +155,17 @@ TEST(AudioEncoder, G711MatchesItuVectorsBitForBit) {
 
 TEST(AudioEncoder, VoiceEngineTypesDecodeBackAndMatchLibavcodec) {
   const std::vector<int16_t> pcm = Tone(160 * 100, 8000);
-  struct Case {
+  const struct {
     uint32_t coder;
     size_t unitBytes;    // for 160 samples (161 for type 16)
     const char* avName;  // libavcodec's encoder of the same codes, or null
     int bits;
     double minSnr;
-  };
-  const Case cases[] = {{1, 4 + 100, "g726le", 5, 25}, {3, 4 + 100, "g726", 5, 25}, {4, 4 + 80, "g726", 4, 18},
+  } cases[] = {{1, 4 + 100, "g726le", 5, 25}, {3, 4 + 100, "g726", 5, 25}, {4, 4 + 80, "g726", 4, 18},
                         {5, 4 + 60, "g726", 3, 10},    {6, 4 + 40, "g726", 2, 4},   {7, 4 + 80, "g726le", 4, 18},
                         {8, 4 + 60, "g726le", 3, 10},  {9, 4 + 40, "g726le", 2, 4}, {2, 4 + 84, nullptr, 0, 15},
                         {16, 4 + 84, nullptr, 0, 15}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.coder);
     Encoder encoder(c.coder);
     ASSERT_EQ(encoder.opened, 0);
@@ -223,7 +221,7 @@ TEST(AudioEncoder, AacAndAmrDecodeInLibavcodec) {
 
 // Frames cut whole pieces; the head, the AAC rates and the refusals.
 TEST(AudioEncoder, FramingHeadAndRefusals) {
-  const std::vector<int16_t> pcm = Tone(8192, 8000);
+  const std::vector<uint8_t> pcm = Bytes(Tone(8192, 8000));
   const struct {
     uint32_t coder;
     bool oneFrame;
@@ -248,8 +246,8 @@ TEST(AudioEncoder, FramingHeadAndRefusals) {
     std::vector<uint8_t> frame(ZEPHPLAY_AUDIO_ENCODER_FRAME_SIZE(c.length));
     uint32_t frameLen = 0;
     uint32_t length = c.length;
-    const int32_t rc = c.oneFrame ? ZEPHPLAY_AudioEncOneFrame(encoder.handle, Bytes(pcm), &length, frame.data(), &frameLen)
-                                  : ZEPHPLAY_AudioEncoderFrame(encoder.handle, Bytes(pcm), length, frame.data(), &frameLen);
+    const int32_t rc = c.oneFrame ? ZEPHPLAY_AudioEncOneFrame(encoder.handle, pcm.data(), &length, frame.data(), &frameLen)
+                                  : ZEPHPLAY_AudioEncoderFrame(encoder.handle, pcm.data(), length, frame.data(), &frameLen);
     ASSERT_EQ(rc, c.result);
     const size_t payload = Encoder::Payload(rc, frame, frameLen).size();
     EXPECT_EQ(payload, c.payload != 0 ? c.payload : payload);
@@ -257,9 +255,9 @@ TEST(AudioEncoder, FramingHeadAndRefusals) {
   }
   // The AAC frame that the first call could not make comes with the next ones.
   Encoder aac(12);
-  EXPECT_TRUE(aac.Frame(Bytes(pcm), 1500).empty());
-  EXPECT_TRUE(aac.Frame(Bytes(pcm), 1024).empty());
-  EXPECT_EQ(AdtsFrames(aac.Frame(Bytes(pcm), 2048)).size(), 1u);
+  EXPECT_TRUE(aac.Frame(pcm.data(), 1500).empty());
+  EXPECT_TRUE(aac.Frame(pcm.data(), 1024).empty());
+  EXPECT_EQ(AdtsFrames(aac.Frame(pcm.data(), 2048)).size(), 1u);
   Encoder encoder(18);
   std::vector<uint8_t> head(512, 0xAA);
   uint32_t len = 0;

@@ -120,15 +120,14 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
   std::vector<std::vector<uint8_t>> frames = AacFrames(25, 4);
   std::vector<std::vector<uint8_t>> broken = frames;
   broken[2][1] = 0x0F;  // the third frame's sync word
-  struct Case {
+  const struct {
     const char* name;
     std::vector<std::vector<uint8_t>> content;
     uint64_t size;  // grown to this with zeros when non-zero
     bool readOnly;
     int32_t result;
     uint32_t total;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"empty", {}, 0, false, 1, 0},
       {"garbage", {{1, 2, 3, 4, 5, 6, 7, 8, 9}}, 0, false, 1, 0},
       {"100MiB", {frames[0]}, 100u << 20, false, 1, 0},
@@ -136,7 +135,7 @@ TEST(AudioFilePlayer, RefusesWhatCannotPlayAndStopsAtABrokenHeader) {
       {"brokenThird", broken, 0, false, 0, 2 * 21},
       {"readOnly", frames, 0, true, 1, 0},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     if (c.readOnly && geteuid() == 0) {
       continue;  // root opens anything for writing

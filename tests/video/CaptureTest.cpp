@@ -2,9 +2,7 @@
 
 #include <filesystem>
 
-#include "SampleEncoder.h"
 #include "VideoTestSupport.h"
-#include "common/TempDir.h"
 #include "video/CVDECH264.h"
 #include "video/Hi264Dec.h"
 #include "video/PictureCapture.h"
@@ -40,7 +38,7 @@ TEST_F(Captures, BmpEqualsTheReferenceConversionAndJpegIsCloseToIt) {
   ASSERT_EQ(decoder.CaptureJPEG(jpgPath.c_str()), 1);
   const videotest::BmpImage bmp = videotest::ReadBmp(bmpPath);
   ASSERT_EQ(std::make_pair(bmp.width, bmp.height), std::make_pair(320, 240));
-  const std::vector<uint8_t> ref = videotest::ReferenceRgbImage(picture);
+  const std::vector<uint8_t> ref = videotest::ReferenceRgb(picture);
   int worst = 0;
   for (size_t i = 0; i < ref.size(); ++i) {
     worst = std::max(worst, std::abs(static_cast<int>(ref[i]) - bmp.rgb[i]));
@@ -62,7 +60,7 @@ TEST_F(Captures, BmpEqualsTheReferenceConversionAndJpegIsCloseToIt) {
   ASSERT_EQ(SavePictureBMP(odd, bmpPath.c_str()), CaptureResult::kWritten);
   const videotest::BmpImage oddBmp = videotest::ReadBmp(bmpPath);
   ASSERT_EQ(oddBmp.width, 102);
-  EXPECT_GT(videotest::Psnr(oddBmp.rgb, videotest::ReferenceRgbImage(odd)), 48.0);
+  EXPECT_GT(videotest::Psnr(oddBmp.rgb, videotest::ReferenceRgb(odd)), 48.0);
 }
 
 TEST_F(Captures, PicturesBelow100AreAbnormalAndUnwritablePathsKeepTheirAnswers) {
@@ -97,7 +95,7 @@ TEST_F(Captures, IFrameToBmpExportDecodesOneKeyFrame) {
                                  path.c_str()), 0);
   const videotest::BmpImage bmp = videotest::ReadBmp(path);
   ASSERT_EQ(bmp.width, 320);
-  EXPECT_GT(videotest::Psnr(bmp.rgb, videotest::ReferenceRgbImage(picture)), 48.0);
+  EXPECT_GT(videotest::Psnr(bmp.rgb, videotest::ReferenceRgb(picture)), 48.0);
 
   // Key frames of a reordering stream come out too (held back by the decoder until the end).
   const auto reordered = samples::EncodeVideo({.frames = 6, .bFrames = true});

@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
-#include <memory>
 #include <thread>
 
-#include "SampleEncoder.h"
 #include "VideoTestSupport.h"
 #include "video/CDraw.h"
 #include "video/CVDECH264.h"
@@ -38,7 +35,8 @@ void DecodeWhileCapturing(CVDEC* dec, VideoCodec codec) {
       dec->DecodeData()->DrawFrame(&draw);
     }
   });
-  const std::string path = videotest::TestPath("concurrent.bmp");
+  const TempDir dir;
+  const std::string path = (dir.path() / "concurrent.bmp").string();
   while (!done) {
     if (dec->CaptureBMP(path.c_str()) == 1) {
       const videotest::BmpImage bmp = videotest::ReadBmp(path);
@@ -49,7 +47,6 @@ void DecodeWhileCapturing(CVDEC* dec, VideoCodec codec) {
   decoder.join();
   drawer.join();
   EXPECT_EQ(dec->CaptureBMP(path.c_str()), 1);  // the last picture stays capturable
-  std::filesystem::remove(path);
 }
 
 // CVDECH264 in HEVC mode is left out: it decodes with libavcodec's frame threads, whose own

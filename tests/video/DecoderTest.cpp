@@ -7,10 +7,8 @@
 #include <map>
 #include <random>
 
-#include "SampleEncoder.h"
 #include "VideoTestSupport.h"
 #include "common/CLibraryConfig.h"
-#include "common/TempDir.h"
 #include "video/CVDECH264.h"
 #include "video/CVDECHi265.h"
 #include "video/CVDECHis.h"
@@ -20,7 +18,7 @@ namespace {
 
 using samples::EncodedFrame;
 using samples::VideoCodec;
-using videotest::Planes;
+using test::Picture;
 
 std::vector<EncodedFrame> Encode(VideoCodec codec, int w, int h, int frames, bool bFrames,
                                  int gop = 12) {
@@ -32,7 +30,7 @@ std::vector<EncodedFrame> Encode(VideoCodec codec, int w, int h, int frames, boo
 // picture, which must agree) and the sizes its size callback reports.
 struct Collector {
   CVDEC* dec;
-  std::vector<Planes> pictures;
+  std::vector<Picture> pictures;
   std::vector<std::pair<int, int>> sizes;
   int mismatches = 0;
 
@@ -69,10 +67,11 @@ struct Collector {
   }
 };
 
-// The pictures a decoder put out are the reference decoder's first ones, bit for bit, and only
-// the reordering delay is missing at the end.
-void ExpectPrefixOf(const std::vector<Planes>& got, const std::vector<Planes>& ref,
+// The pictures a decoder put out are libavcodec's first ones for the same units, bit for bit,
+// and only the reordering delay is missing at the end.
+void ExpectPrefixOf(const std::vector<Picture>& got, const std::vector<EncodedFrame>& frames, bool hevc,
                     size_t maxMissing) {
+  const std::vector<Picture> ref = test::DecodeAllPictures(hevc ? "hevc" : "h264", frames);
   ASSERT_LE(got.size(), ref.size());
   EXPECT_GE(got.size() + maxMissing, ref.size());
   for (size_t i = 0; i < got.size(); ++i) {
@@ -97,7 +96,7 @@ TEST_P(H264DecoderMatches, PlanesEqualDirectDecodeAndEarlyFramesAreDropped) {
   const int delivered = col.Feed(frames);
   EXPECT_EQ(delivered, static_cast<int>(col.pictures.size()));
   EXPECT_EQ(col.mismatches, 0);
-  ExpectPrefixOf(col.pictures, videotest::ReferenceDecode(frames, hevc), 4);
+  ExpectPrefixOf(col.pictures, frames, hevc, 4);
   const std::vector<std::pair<int, int>> sizes = {{352, 288}, {640, 360}};
   EXPECT_EQ(col.sizes, sizes);
 
@@ -110,7 +109,7 @@ TEST_P(H264DecoderMatches, PlanesEqualDirectDecodeAndEarlyFramesAreDropped) {
   ASSERT_TRUE(frames[12].key);
   lateCol.Feed(frames, 12);
   const std::vector<EncodedFrame> tail(frames.begin() + 12, frames.end());
-  ExpectPrefixOf(lateCol.pictures, videotest::ReferenceDecode(tail, hevc), 4);
+  ExpectPrefixOf(lateCol.pictures, tail, hevc, 4);
   EXPECT_GT(lateCol.pictures.size(), 27u);
 }
 
@@ -128,7 +127,7 @@ TEST(HisiDecoders, GiveLibavcodecsPictures) {
     Collector col(dec);
     col.Feed(frames);
     EXPECT_EQ(col.mismatches, 0);
-    ExpectPrefixOf(col.pictures, videotest::ReferenceDecode(frames, codec == VideoCodec::H265), maxMissing);
+    ExpectPrefixOf(col.pictures, frames, codec == VideoCodec::H265, maxMissing);
   };
   // Without reordering every frame gives its picture; with B-frames Hi264 drains every picture it
   // holds back.
@@ -193,9 +192,9 @@ TEST(H264Decoder, BadInputNeverCrashesAndDecodingResumesAtTheNextKeyFrame) {
     col.Feed(frames, 12);
     EXPECT_GE(col.pictures.size(), 10u);
     const std::vector<EncodedFrame> tail(frames.begin() + 12, frames.end());
-    const auto ref = videotest::ReferenceDecode(tail, hevc);
+    const auto ref = test::DecodeAllPictures(hevc ? "hevc" : "h264", tail);
     // A picture of the damaged data may still come out first; the rest are clean.
-    const auto clean = std::count_if(col.pictures.begin(), col.pictures.end(), [&](const Planes& p) {
+    const auto clean = std::count_if(col.pictures.begin(), col.pictures.end(), [&](const Picture& p) {
       return std::find(ref.begin(), ref.end(), p) != ref.end();
     });
     EXPECT_GE(clean, 10) << (hevc ? "HEVC" : "H.264");
@@ -229,7 +228,7 @@ TEST(H264Decoder, DebugDumpFollowsTheWriteFileKey) {
   EXPECT_EQ(dumps.size(), 2u);
   const std::vector<uint8_t>& raw = dumps["264_.264"];
   const std::vector<uint8_t>& yuv = dumps["yuv_.yuv"];
-  const auto ref = videotest::ReferenceDecode(frames, false);
+  const auto ref = test::DecodeAllPictures("h264", frames);
   ASSERT_EQ(ref.size(), frames.size());
   std::vector<uint8_t> expectedRaw, expectedYuv;
   for (size_t i = 6; i < frames.size(); ++i) {

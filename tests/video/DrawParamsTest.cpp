@@ -10,12 +10,11 @@ using Rect = CDrawParams::Rect;
 // Values a setter refuses (zoom below 100 or above 800, negative or missing offsets, an empty
 // play rectangle, colour above 100) change nothing.
 TEST(DrawParams, SourceRectCropsAndZoomsInsideThePicture) {
-  struct Case {
+  const struct {
     ZEPHPLAY_POINT start, end;
     uint32_t zoom, zx, zy;
     Rect want;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {{10, 20}, {30, 40}, 100, 0, 0, {10, 20, 280, 180}},
       {{200, 0}, {119, 0}, 100, 0, 0, {0, 0, 320, 240}},   // would leave 1 pixel: ignored
       {{-1, 0}, {0, 0}, 99, 0, 0, {0, 0, 320, 240}},       // refused
@@ -24,7 +23,7 @@ TEST(DrawParams, SourceRectCropsAndZoomsInsideThePicture) {
       {{0, 0}, {0, 0}, 200, 310, 5, {160, 0, 160, 120}},   // pushed back inside
       {{10, 20}, {30, 40}, 400, 0, 0, {115, 88, 70, 45}},  // zoom within the crop
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     CDrawParams p;
     p.SetOffsetStart(1, &c.start);
     p.SetOffsetEnd(&c.end);
@@ -34,12 +33,11 @@ TEST(DrawParams, SourceRectCropsAndZoomsInsideThePicture) {
 }
 
 TEST(DrawParams, TargetRectClipsThePlayRectangleAndKeepsTheAspect) {
-  struct Case {
+  const struct {
     ZEPHPLAY_RECT play;
     bool keep;
     Rect src, want;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {{0, 0, 0, 0}, false, {0, 0, 320, 240}, {0, 0, 640, 480}},  // empty: refused
       {{0, 0, 0, 0}, true, {0, 0, 320, 120}, {0, 120, 640, 240}},
       {{0, 0, 0, 0}, true, {0, 0, 100, 400}, {260, 0, 120, 480}},
@@ -47,7 +45,7 @@ TEST(DrawParams, TargetRectClipsThePlayRectangleAndKeepsTheAspect) {
       {{600, 400, 900, 900}, false, {0, 0, 320, 240}, {600, 400, 40, 80}},
       {{0, 0, 320, 480}, true, {0, 0, 320, 240}, {0, 120, 320, 240}},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     CDrawParams p;
     p.SetPlayRect(&c.play);
     p.SetKeepAspect(c.keep);
@@ -56,11 +54,10 @@ TEST(DrawParams, TargetRectClipsThePlayRectangleAndKeepsTheAspect) {
 }
 
 TEST(DrawParams, ColourAdjustmentOfLumaAndChroma) {
-  struct Case {
+  const struct {
     uint32_t b, c, s, h;
     uint8_t y[4], u, v;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {50, 50, 50, 50, {16, 100, 235, 255}, 200, 60},   // neutral: unchanged
       {101, 0, 0, 0, {16, 100, 235, 255}, 200, 60},     // refused
       {100, 50, 50, 50, {144, 228, 255, 255}, 200, 60},
@@ -73,7 +70,7 @@ TEST(DrawParams, ColourAdjustmentOfLumaAndChroma) {
   };
   const uint8_t y[4] = {16, 100, 235, 255}, u = 200, v = 60;
   PictureInfo in{.nWidth = 2, .nHeight = 2, .pY = y, .nYStride = 2, .pU = &u, .pV = &v, .nUVStride = 1};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     CDrawParams p;
     p.SetColorParams(c.b, c.c, c.s, c.h, 0);
     uint8_t out[6] = {};

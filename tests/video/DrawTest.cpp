@@ -7,7 +7,6 @@
 #include <atomic>
 #include <numeric>
 
-#include "SampleEncoder.h"
 #include "VideoTestSupport.h"
 #include "video/CDraw.h"
 #include "video/CFFmpegHwGlue.h"
@@ -133,25 +132,6 @@ TEST(PictureOutput, GlueReadsBackPlanarPicturesFromSemiPlanarAndPlanarFrames) {
   av_frame_free(&nv12);
 }
 
-// The test program plays a host that uses SDL itself: it holds SDL's video subsystem and GL
-// library for its whole life, which the drawing module must leave alone. That also keeps the
-// GL driver loaded, so its process-wide allocations stay reachable for the leak checker; the
-// D-Bus connection SDL opens for input methods lasts until SDL_Quit, so it is made with leak
-// checking off.
-void HoldSdlVideo() {
-  static const bool held = [] {
-#if defined(__SANITIZE_ADDRESS__)
-    __lsan::ScopedDisabler noLeakChecks;
-#endif
-    if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
-      return false;
-    }
-    SDL_GL_LoadLibrary(nullptr);  // fails where there is no OpenGL: drawing goes without it
-    return true;
-  }();
-  ASSERT_TRUE(held) << SDL_GetError();
-}
-
 // The window tests: a real X window on an Xvfb of the test program's own.
 class WindowDraw : public ::testing::Test {
  protected:
@@ -159,7 +139,22 @@ class WindowDraw : public ::testing::Test {
 
   void SetUp() override {
     ASSERT_TRUE(server.Available()) << "Xvfb did not start (package xvfb, scripts/install-deps)";
-    HoldSdlVideo();
+    // The test program plays a host that uses SDL itself: it holds SDL's video subsystem and GL
+    // library for its whole life, which the drawing module must leave alone. That also keeps the
+    // GL driver loaded, so its process-wide allocations stay reachable for the leak checker; the
+    // D-Bus connection SDL opens for input methods lasts until SDL_Quit, so it is made with leak
+    // checking off.
+    static const bool held = [] {
+#if defined(__SANITIZE_ADDRESS__)
+      __lsan::ScopedDisabler noLeakChecks;
+#endif
+      if (SDL_InitSubSystem(SDL_INIT_VIDEO) != 0) {
+        return false;
+      }
+      SDL_GL_LoadLibrary(nullptr);  // fails where there is no OpenGL: drawing goes without it
+      return true;
+    }();
+    ASSERT_TRUE(held) << SDL_GetError();
     window = std::make_unique<videotest::XWindow>(kW, kH);
     ASSERT_TRUE(window->Ok());
     ASSERT_EQ(draw.SetHwnd(window->Handle()), 0);
@@ -181,7 +176,7 @@ class WindowDraw : public ::testing::Test {
   // mirrored left-right.
   static std::vector<uint8_t> Expected(const HeldPicture& pic, bool mirror) {
     const PictureInfo& info = pic.info;
-    const std::vector<uint8_t> rgb = videotest::ReferenceRgbImage(info);
+    const std::vector<uint8_t> rgb = videotest::ReferenceRgb(info);
     std::vector<uint8_t> out(static_cast<size_t>(kW) * kH * 3);
     for (int y = 0; y < kH; ++y) {
       for (int x = 0; x < kW; ++x) {

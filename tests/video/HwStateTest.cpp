@@ -8,7 +8,6 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
-#include "SampleEncoder.h"
 #include "VideoTestSupport.h"
 #include "common/Settings.h"
 #include "video/CVDECH264.h"

@@ -2,17 +2,13 @@
 // Outside judges for the video tests: libavcodec's decoder (AvReference.h), an independent BMP reader,
 // libjpeg reading back JPEGs, a BT.601 reference conversion, PSNR, and Xvfb with a real X window.
 #include <X11/Xlib.h>
-#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -23,16 +19,16 @@ extern "C" {
 #include "ImageReference.h"
 #include "SampleEncoder.h"
 #include "common/LogAccess.h"
+#include "common/TempDir.h"
 #include "support/Deadline.h"
 #include "video/CVDEC.h"
 #include "video/PictureInfo.h"
 
 namespace zp::videotest {
 
-using Planes = test::Picture;
 using test::PackPicture;
 
-inline Planes PackPicture(const PictureInfo& info) {
+inline test::Picture PackPicture(const PictureInfo& info) {
   return PackPicture(info.pY, info.pU, info.pV, static_cast<int>(info.nYStride),
                      static_cast<int>(info.nUVStride), static_cast<int>(info.nWidth),
                      static_cast<int>(info.nHeight));
@@ -51,11 +47,6 @@ inline PictureInfo ViewPicture(const std::vector<uint8_t>& yuv, int width, int h
   return p;
 }
 
-// Every picture libavcodec's own decoder gives for the access units, flushed.
-inline std::vector<Planes> ReferenceDecode(const std::vector<samples::EncodedFrame>& frames, bool hevc) {
-  return test::DecodeAllPictures(hevc ? "hevc" : "h264", frames);
-}
-
 // The type a stream's tag gives an encoded frame, and the frame through a decoder.
 inline uint32_t FrameType(const samples::EncodedFrame& f) { return f.key ? CVDEC::kKeyFrameType : 0x63643100; }
 inline int DecodeFrame(CVDEC* dec, const samples::EncodedFrame& f) {
@@ -64,10 +55,7 @@ inline int DecodeFrame(CVDEC* dec, const samples::EncodedFrame& f) {
 
 using test::Psnr;
 
-inline std::vector<uint8_t> ReferenceRgbImage(const PictureInfo& p) {
-  return test::ReferenceRgb(p.pY, p.pU, p.pV, static_cast<int>(p.nYStride), static_cast<int>(p.nUVStride),
-                            static_cast<int>(p.nWidth), static_cast<int>(p.nHeight));
-}
+inline std::vector<uint8_t> ReferenceRgb(const PictureInfo& p) { return test::ReferenceRgb(PackPicture(p)); }
 
 // An independent BMP reader to top-down RGB. It takes only what a caller can count on: a 54-byte
 // header (40-byte info header), one plane of 24 bits, no compression, rows either way up.
@@ -161,44 +149,24 @@ inline size_t LogCount(const std::string& what) {
   return n;
 }
 
-inline std::string TestPath(const std::string& name) {
-  const char* dir = std::getenv("TMPDIR");
-  return std::string(dir != nullptr ? dir : "/tmp") + "/zp_video_" + std::to_string(getpid()) + "_" + name;
-}
-
 // An Xvfb of the test program's own, on a display number the server picks itself (-displayfd,
 // so parallel test programs never clash), stopped at the end. DISPLAY points at it.
 class XServer {
  public:
   XServer() {
-    int fds[2];
-    if (pipe(fds) != 0) {
+    // The shell prints its pid and becomes the server, which prints its display number once it
+    // accepts connections (waited for 15 s at most, unbuffered so that poll sees what is to come).
+    m_pipe = popen("echo $$; exec Xvfb -displayfd 1 -screen 0 800x600x24 -nolisten tcp -noreset 2> /dev/null", "r");
+    char line[32] = {};
+    if (m_pipe == nullptr || setvbuf(m_pipe, nullptr, _IONBF, 0) != 0 || !std::fgets(line, sizeof line, m_pipe)) {
       return;
     }
-    m_pid = fork();
-    if (m_pid == 0) {
-      close(fds[0]);
-      const int devnull = open("/dev/null", O_WRONLY);
-      dup2(devnull, 1);
-      dup2(devnull, 2);
-      const std::string fd = std::to_string(fds[1]);
-      execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "800x600x24", "-nolisten",
-             "tcp", "-noreset", static_cast<char*>(nullptr));
-      _exit(127);
-    }
-    close(fds[1]);
-    // The server writes its display number once it accepts connections.
-    std::string number;
-    pollfd p{fds[0], POLLIN, 0};
-    char c = 0;
-    while (m_pid > 0 && poll(&p, 1, 15000) > 0 && read(fds[0], &c, 1) == 1 && c != '\n') {
-      number += c;
-    }
-    close(fds[0]);
-    if (number.empty()) {
+    m_pid = std::atoi(line);
+    pollfd ready{fileno(m_pipe), POLLIN, 0};
+    if (poll(&ready, 1, 15000) <= 0 || std::fgets(line, sizeof line, m_pipe) == nullptr) {
       return;
     }
-    const std::string display = ":" + number;
+    const std::string display = ":" + std::to_string(std::atoi(line));
     if (Display* d = XOpenDisplay(display.c_str())) {
       XCloseDisplay(d);
       setenv("DISPLAY", display.c_str(), 1);
@@ -208,7 +176,9 @@ class XServer {
   ~XServer() {
     if (m_pid > 0) {
       kill(m_pid, SIGTERM);
-      waitpid(m_pid, nullptr, 0);
+    }
+    if (m_pipe != nullptr) {
+      pclose(m_pipe);
     }
   }
   bool Available() const { return m_ok; }
@@ -219,6 +189,7 @@ class XServer {
   }
 
  private:
+  FILE* m_pipe = nullptr;
   pid_t m_pid = -1;
   bool m_ok = false;
 };
@@ -255,7 +226,7 @@ class XWindow {
   // The window's pixels as top-down RGB, taken by ImageMagick's import (an outside tool).
   std::vector<uint8_t> Screenshot() {
     XSync(m_display, False);
-    const std::string file = TestPath("shot.rgb");
+    const std::string file = (m_dir.path() / "shot.rgb").string();
     char cmd[512];
     std::snprintf(cmd, sizeof(cmd), "import -window 0x%lx -depth 8 rgb:%s 2>/dev/null",
                   static_cast<unsigned long>(m_window), file.c_str());
@@ -263,11 +234,11 @@ class XWindow {
       return {};
     }
     std::vector<uint8_t> rgb = test::ReadBytes(file);
-    std::filesystem::remove(file);
     return rgb.size() == static_cast<size_t>(m_width) * m_height * 3 ? rgb : std::vector<uint8_t>();
   }
 
  private:
+  TempDir m_dir;
   Display* m_display = nullptr;
   Window m_window = 0;
   int m_width, m_height;
