@@ -656,7 +656,9 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetStreamAttr(ZEPHPLAY_PLAYHANDLE* h
  *  call returns. Frames cut from them go straight to the play queues: they are neither cached
  *  (ZEPHPLAY_STREAM_CACHED) nor recorded; push whole frames for that. 0; -3 try again later: a
  *  frame waits for room and the bytes do not fit beside it (nothing of the call kept). Frames
- *  that wait for room are passed on at the next call; a call with length 0 does just that. */
+ *  that wait for room are passed on at the next call; a call with length 0 does just that.
+ *  A video frame whose bytes are still arriving holds its place in the video queue: until its
+ *  last byte comes, ZEPHPLAY_InputFrameData's video on the same handle answers -3. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputStreamData(ZEPHPLAY_PLAYHANDLE* handle, const uint8_t* data,
                                                             uint32_t length);
 
