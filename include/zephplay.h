@@ -658,7 +658,8 @@ ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_SetStreamAttr(ZEPHPLAY_PLAYHANDLE* h
  *  frame waits for room and the bytes do not fit beside it (nothing of the call kept). Frames
  *  that wait for room are passed on at the next call; a call with length 0 does just that.
  *  A video frame whose bytes are still arriving holds its place in the video queue: until its
- *  last byte comes, ZEPHPLAY_InputFrameData's video on the same handle answers -3. */
+ *  last byte comes (or ZEPHPLAY_ResetStream), ZEPHPLAY_InputFrameData's video on the same
+ *  handle answers -3. */
 ZEPHPLAY_API int32_t ZEPHPLAY_CALL ZEPHPLAY_InputStreamData(ZEPHPLAY_PLAYHANDLE* handle, const uint8_t* data,
                                                             uint32_t length);
 

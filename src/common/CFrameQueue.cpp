@@ -151,6 +151,11 @@ int CFrameQueue::AppendFrame(const uint8_t* part, uint32_t len, bool* pDone, boo
   return 1;
 }
 
+bool CFrameQueue::IsFrameUnderWay() {
+  CAutoLock lock(&m_lock);
+  return m_nPartialMissing != 0;
+}
+
 void CFrameQueue::DropFrameUnderWay() {
   if (m_nPartialMissing == 0) {
     return;

@@ -45,6 +45,7 @@ class CFrameQueue {
   // drop it (AppendFrame then answers 0), Resize carries it over.
   int BeginFrame(const QueueFrameHead& head, const uint8_t* part, uint32_t len);
   int AppendFrame(const uint8_t* part, uint32_t len, bool* pDone, bool* pWasEmpty);
+  bool IsFrameUnderWay();
 
   // Takes the oldest frame; dest may be null to discard the payload. 0 when empty.
   int Pop(QueueFrameHead* head, uint8_t* dest);

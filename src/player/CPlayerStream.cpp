@@ -386,7 +386,8 @@ int CPlayerStream::InputVideoParts(const uint8_t* pPart1, uint32_t nLength1, con
   const QueueFrameHead head{nType, nLength1 + nLength2, u64Stamp};
   bool wasEmpty = false;
   if (m_VideoFrames.WriteFrame2(head, pPart1, nLength1, pPart2, nLength2, &wasEmpty) == 0) {
-    if (!bGrow) {
+    // Behind a frame still arriving the queue refuses whatever its room: growing is no help.
+    if (!bGrow || m_VideoFrames.IsFrameUnderWay()) {
       return -3;
     }
     GrowVideoQueue();

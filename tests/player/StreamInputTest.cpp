@@ -102,8 +102,8 @@ TEST(StreamInput, CutsAsTheParserDoesThroughRefusalsAndQueueMoves) {
   }
 }
 
-// A queue emptied under a frame being filled drops it; its other bytes are skipped, not searched
-// for frames, and the frames after it come through.
+// A frame being filled holds off other writes. A queue emptied under it drops it; its other
+// bytes are skipped, not searched for frames, and the frames after it come through.
 TEST(StreamInput, AFrameDroppedWhileFilledIsSkipped) {
   std::mt19937 rng(4);
   auto frames = RandomFrames(rng, 3);
@@ -121,6 +121,7 @@ TEST(StreamInput, AFrameDroppedWhileFilledIsSkipped) {
   } sink(1);
   CStreamInput input(&sink, 307200);
   ASSERT_EQ(input.Input(bytes.data(), 100), 0);
+  EXPECT_EQ(sink.m_queue.WriteFrame({0x63643130, 0, 0}, nullptr), 0);  // other writes wait behind it
   sink.m_queue.Reset();
   ASSERT_EQ(input.Input(bytes.data() + 100, static_cast<uint32_t>(bytes.size() - 100)), 0);
   std::vector<Got> got;
