@@ -23,7 +23,6 @@ class Scratch {
     fs::copy_file(LIBRARY_PATH, root / "lib" / "libzephplay.so");
     fs::copy_file(PROBE_PATH, root / "app" / "probe");
   }
-  void Write(const std::string& rel, const std::string& text) { dir.File(rel, text); }
   // Runs the probe from the app directory on the library copy; env is prefixed to the command.
   std::map<std::string, std::string> Load(const std::string& env = "") {
     const std::string cmd = "env -u ZEPHPLAY_LOG_DIR -u ZEPHPLAY_LOG_LEVEL HOME='" + root.string() + "' " + env +
@@ -46,47 +45,39 @@ class Scratch {
 
 }  // namespace
 
-// Where the files and the log are looked for when there are none.
-TEST(ConfigLoad, WithoutAFileTheLogGoesUnderHome) {
+// Where the files and the log are looked for when there are none, the keys read from the file
+// beside the library, the environment's log settings over them, and the application directory
+// (which AppPath.INI beside the library moves) as the only source of WriteFile.
+TEST(ConfigLoad, FilesBesideTheLibraryAndTheApplicationAndTheEnvironment) {
   Scratch s;
   auto v = s.Load();
   EXPECT_EQ(v["config"], (s.root / "lib" / "libzephplay.ini").string());
   EXPECT_EQ(v["appdir"], (s.root / "app").string() + "/");
   EXPECT_EQ(v["log"], (s.root / ".local/state/zephplay/libzephplay.log").string());
   EXPECT_EQ(v["loglevel"], "1");
-}
 
-TEST(ConfigLoad, KeysBesideTheLibraryAreReadAndTheEnvironmentOverridesTheLog) {
-  Scratch s;
-  s.Write("lib/libzephplay.ini",
-          "[FixedDecoder]\nH264=1\n"
-          "[CONFIG]\nDefaultAudioCoder=7\nVideoMinDelay=500\nVideoMaxDelay=800\nVideoDelayEnable=0\n"
-          "WriteFile=1\nLogDir=" + (s.root / "mylogs").string() + "\nLogLevel=2\n");
-  auto v = s.Load();
+  s.dir.File("lib/libzephplay.ini",
+             "[FixedDecoder]\nH264=1\n"
+             "[CONFIG]\nDefaultAudioCoder=7\nVideoMinDelay=500\nVideoMaxDelay=800\nVideoDelayEnable=0\n"
+             "WriteFile=1\nLogDir=" + (s.root / "mylogs").string() + "\nLogLevel=2\n");
+  v = s.Load();
   EXPECT_EQ(v["H264"], "1");
   EXPECT_EQ(v["DefaultAudioCoder"], "7");
   EXPECT_EQ(v["VideoMinDelay"], "500");
   EXPECT_EQ(v["VideoMaxDelay"], "800");
   EXPECT_EQ(v["VideoDelayEnable"], "0");
-  // WriteFile is read from the application directory only.
   EXPECT_EQ(v["WriteFile"], "0");
   EXPECT_EQ(v["log"], (s.root / "mylogs" / "libzephplay.log").string());
   EXPECT_EQ(v["loglevel"], "2");
-
-  // The environment overrides the log settings.
   v = s.Load("ZEPHPLAY_LOG_DIR='" + (s.root / "envlogs").string() + "' ZEPHPLAY_LOG_LEVEL=0");
   EXPECT_EQ(v["log"], (s.root / "envlogs" / "libzephplay.log").string());
   EXPECT_EQ(v["loglevel"], "0");
-}
 
-TEST(ConfigLoad, WriteFileFollowsTheApplicationDirectoryRule) {
-  Scratch s;
-  s.Write("app/libzephplay.ini", "[CONFIG]\nWriteFile=1\n");
-  EXPECT_EQ(s.Load()["WriteFile"], "1");
-
-  s.Write("lib/AppPath.INI", "[APPPATH]\nSRC_TYPE=1\nAPPEND=../conf\n");
-  s.Write("conf/libzephplay.ini", "[CONFIG]\nWriteFile=4\n");
-  auto v = s.Load();
+  s.dir.File("app/libzephplay.ini", "[CONFIG]\nWriteFile=2\n");  // not the library file's 1
+  EXPECT_EQ(s.Load()["WriteFile"], "2");
+  s.dir.File("lib/AppPath.INI", "[APPPATH]\nSRC_TYPE=1\nAPPEND=../conf\n");
+  s.dir.File("conf/libzephplay.ini", "[CONFIG]\nWriteFile=4\n");
+  v = s.Load();
   EXPECT_EQ(v["appdir"], (s.root / "conf").string() + "/");
   EXPECT_EQ(v["WriteFile"], "4");
 }

@@ -5,7 +5,7 @@
 
 using zp::CIniFile;
 
-TEST(IniFile, ReadsLikeThePrivateProfileReader) {
+TEST(IniFile, ReadsLikeThePrivateProfileReaderAndDefaultsWithoutAFile) {
   TempDir dir;
   const CIniFile ini(dir.File("a.ini",
                               "[config]\n"
@@ -28,10 +28,7 @@ TEST(IniFile, ReadsLikeThePrivateProfileReader) {
   EXPECT_EQ(ini.ReadInt("Other", "VideoMinDelay", 44), 44);
   EXPECT_EQ(ini.ReadString("other", "NAME", "x"), "some dir");
   EXPECT_EQ(ini.ReadString("other", "none", "x"), "x");
-}
-
-TEST(IniFile, AMissingOrUnreadableFileGivesDefaults) {
-  TempDir dir;
+  // A missing, unreadable or binary file gives the defaults.
   EXPECT_EQ(CIniFile((dir.path() / "absent.ini").string()).ReadInt("CONFIG", "H264", -1), -1);
   EXPECT_EQ(CIniFile(dir.path().string()).ReadInt("CONFIG", "H264", -1), -1);
   EXPECT_EQ(CIniFile(dir.File("bin.ini", std::string("\x00\xff[\n=\n", 6))).ReadInt("CONFIG", "H264", 9), 9);

@@ -54,11 +54,7 @@ struct Group {
     EXPECT_EQ(ZEPHPLAY_MPBOpenStream(h, channels.data(), nullptr, 0, 1 << 20, 0), 0);
     EXPECT_EQ(ZEPHPLAY_MPBOpenStream(h, channels.data(), nullptr, 0, 1 << 20, 0), 1);
   }
-  ~Group() {
-    if (h != 0) {
-      EXPECT_EQ(ZEPHPLAY_MPBClosePlayHandle(h), 0);
-    }
-  }
+  ~Group() { EXPECT_EQ(ZEPHPLAY_MPBClosePlayHandle(h), 0); }
   static void OnShown(uint64_t, uint32_t, uint32_t, uint64_t stamp, uint32_t, uint32_t, uint64_t user) {
     auto* slot = reinterpret_cast<Slot*>(user);
     uint64_t clock = 0;

@@ -11,12 +11,6 @@ using namespace mediatest;
 
 namespace {
 
-// The next frame a reader gives; type 0 when there is none.
-Read ReadOne(CRecFile* reader) {
-  const auto one = ReadAll(reader, 1);
-  return one.empty() ? Read{} : one[0];
-}
-
 FileInfo InfoOf(CRecFile* reader) {
   FileInfo info;
   reader->GetFileInfo(&info);
@@ -99,9 +93,9 @@ TEST(FileTembro, StampsRewindAndSeeks) {
   EXPECT_EQ(afterRewind[0].stamp, 1000000 + firstAfter512 * 100000ull);
   EXPECT_EQ(InfoOf(reader.get()).nTotalMinSecond, 3900u);
   ASSERT_EQ(reader->SeekTime(0, 0), 0);
-  EXPECT_EQ(ReadOne(reader.get()).stamp, 1000000u);
+  EXPECT_EQ(ReadAll(reader.get(), 1).at(0).stamp, 1000000u);
   ASSERT_EQ(reader->SeekTime(2500, 0), 0);  // lands on the key frame after the guess
-  const auto landed = ReadOne(reader.get());
+  const auto landed = ReadAll(reader.get(), 1).at(0);
   EXPECT_EQ(std::make_pair(landed.type, landed.stamp), std::make_pair(FRAME_TAG_I, uint64_t{4000000}));
   reader->CloseFile();
   EXPECT_EQ(reader->SeekToBegin(), 1);
@@ -174,10 +168,10 @@ TEST(FileH264, SeeksAndStepsWithAndWithoutIndex) {
     }
     EXPECT_EQ(backward, std::vector<uint64_t>(keys.rbegin() + 1, keys.rend()));
     // Normal reading resumes at the key frame on screen (the first), then the frames after it.
-    const auto first = ReadOne(reader.get());
-    EXPECT_EQ(first.stamp, keys.front());
-    EXPECT_EQ(first.data, frames[0].data);
-    EXPECT_EQ(ReadOne(reader.get()).stamp, frames[1].stampUs);
+    const auto next = ReadAll(reader.get(), 2);
+    EXPECT_EQ(next.at(0).stamp, keys.front());
+    EXPECT_EQ(next.at(0).data, frames[0].data);
+    EXPECT_EQ(next.at(1).stamp, frames[1].stampUs);
   }
 }
 

@@ -60,9 +60,8 @@ Layout ReadLayout(const std::string& path) {
     if (at + head + padded > end) {
       break;
     }
-    for (uint64_t i = at + head + w.length; i < at + head + padded; ++i) {
-      EXPECT_EQ(b[i], 0) << "padding at " << i;
-    }
+    EXPECT_EQ(std::vector<uint8_t>(b.begin() + at + head + w.length, b.begin() + at + head + padded),
+              std::vector<uint8_t>(padded - w.length, 0)) << "padding of the frame at " << at;
     out.frames.push_back(w);
     at += head + padded;
   }
@@ -109,9 +108,7 @@ TEST(RecWriterGrec, WrittenBytesFollowTheLayout) {
     EXPECT_EQ(b[off], 1) << off;
   }
   EXPECT_EQ(b[55], 0);  // 54 is a 16-bit 1
-  for (size_t i = 456; i < 512; ++i) {
-    ASSERT_EQ(b[i], 0);
-  }
+  EXPECT_EQ(std::vector<uint8_t>(b.begin() + 456, b.begin() + 512), std::vector<uint8_t>(56, 0));
   ASSERT_EQ(layout.frames.size(), frames.size());
   // 13 payload bytes take 32 + 13 + 3 (video) and 16 + 13 + 3 (audio).
   EXPECT_EQ(layout.frames[1].offset - layout.frames[0].offset, 48u);
@@ -261,14 +258,10 @@ TEST(RecWriterGrec, KilledWriterLeavesAReadableRecording) {
 }
 
 TEST(RecWriterFactory, ChoosesByName) {
-  struct Case {
-    const char* path;
-    bool mp4;
-  } cases[] = {{"/x/B.MP4", true}, {".mp4", false}, {"a.mp4x", false}};
-  for (const Case& c : cases) {
-    std::unique_ptr<CRecWriter> w(CRecWriter::CreateRecWriter(c.path, CRecWriter::kNarrowPath));
+  for (const auto& [path, mp4] : {std::pair{"/x/B.MP4", true}, {".mp4", false}, {"a.mp4x", false}}) {
+    std::unique_ptr<CRecWriter> w(CRecWriter::CreateRecWriter(path, CRecWriter::kNarrowPath));
     ASSERT_NE(w, nullptr);
-    EXPECT_EQ(dynamic_cast<CRecWriterGrec*>(w.get()) == nullptr, c.mp4) << c.path;
+    EXPECT_EQ(dynamic_cast<CRecWriterGrec*>(w.get()) == nullptr, mp4) << path;
   }
   EXPECT_EQ(CRecWriter::CreateRecWriter(nullptr, 1), nullptr);
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <ctime>
 #include <string>
 #include <vector>
@@ -148,16 +149,6 @@ int Write(CRecWriter* w, const EncodedFrame& f, uint64_t offsetUs = 0) {
                        kBase + offsetUs + f.stampUs, nullptr, nullptr);
 }
 
-std::string Utc(int year, int month, int day, int hour, int minute, int second) {
-  std::tm t{};
-  t.tm_year = year - 1900, t.tm_mon = month - 1, t.tm_mday = day;
-  t.tm_hour = hour, t.tm_min = minute, t.tm_sec = second, t.tm_isdst = -1;
-  const std::time_t when = std::mktime(&t);
-  char text[40];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S.000000Z", gmtime_r(&when, &t));
-  return text;
-}
-
 // Video is stored as received from the first key frame on: the frames before it are left out,
 // sound does not disturb it, every frame is stored in the order received and presented at its
 // own stamp (B-frames come in decode order, their stamps out of order), what libavformat reads
@@ -166,14 +157,18 @@ std::string Utc(int year, int month, int day, int hour, int minute, int second) 
 // The creation time is SetFileBeginTime's when in use, else the head's start time. A key frame
 // that changes the codec or the size is refused, and so is the video after it.
 TEST(Mp4Writer, StoresVideoFromFirstKeyFrameAsReceived) {
-  const std::string headTime = Utc(2024, 2, 29, 23, 59, 58);
+  // Local time three hours east of UTC: local time taken for UTC shows, and the begin time's
+  // date goes back a day.
+  setenv("TZ", "UTC-3", 1);
+  tzset();
+  const std::string headTime = "2024-02-29T20:59:58.000000Z";
   struct Case {
     samples::VideoParams video;
     AVCodecID id;
     uint32_t useBeginTime;
     std::string creationTime;
     samples::VideoParams changed;  // a key frame of another codec or size
-  } cases[] = {{{.frames = 40, .gop = 10}, AV_CODEC_ID_H264, 1, Utc(2025, 7, 4, 1, 2, 3),
+  } cases[] = {{{.frames = 40, .gop = 10}, AV_CODEC_ID_H264, 1, "2025-07-03T22:02:03.000000Z",
                 {.codec = VideoCodec::H265, .frames = 1}},
                {{.codec = VideoCodec::H265, .width = 320, .height = 240, .frames = 40, .gop = 10}, AV_CODEC_ID_HEVC, 0,
                 headTime, {.codec = VideoCodec::H265, .width = 176, .height = 240, .frames = 1}},

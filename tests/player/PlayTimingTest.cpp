@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <initializer_list>
+#include <tuple>
 
 #include "player/CPlayTiming.h"
 
@@ -10,12 +12,8 @@ namespace {
 using zp::CPlayTiming;
 
 TEST(PlayTiming, Intervals) {
-  const struct {
-    uint64_t current, next;
-    int32_t rate;
-    bool back;
-    uint32_t general, file;
-  } cases[] = {
+  using Case = std::tuple<uint64_t, uint64_t, int32_t, bool, uint32_t, uint32_t>;
+  for (const auto& [current, next, rate, back, general, file] : std::initializer_list<Case>{
       {1000000, 1040499, 0, false, 40, 40},
       {1000000, 1040500, 0, false, 41, 41},
       {1000000, 999999, 0, false, 40, 40},      // next below current
@@ -28,11 +26,10 @@ TEST(PlayTiming, Intervals) {
       {1080000, 1000000, 1, true, 80, 40},
       {1000000, 1080000, 0, true, 40, 80},
       {1000000, 1000000 + 0x100000000ull + 40000, 0, false, 40, 40},  // truncated to 32 bits
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::Message() << c.current << " -> " << c.next << " rate " << c.rate);
-    EXPECT_EQ(CPlayTiming::GeneralInterval(c.current, c.next, c.rate, c.back), c.general);
-    EXPECT_EQ(CPlayTiming::FileInterval(c.current, c.next, c.rate), c.file);
+  }) {
+    SCOPED_TRACE(testing::Message() << current << " -> " << next << " rate " << rate);
+    EXPECT_EQ(CPlayTiming::GeneralInterval(current, next, rate, back), general);
+    EXPECT_EQ(CPlayTiming::FileInterval(current, next, rate), file);
   }
 }
 
@@ -40,13 +37,9 @@ TEST(PlayTiming, RateRules) {
   EXPECT_FALSE(CPlayTiming::IsKeyFrameOnly(4, false));
   EXPECT_TRUE(CPlayTiming::IsKeyFrameOnly(5, false));
   EXPECT_TRUE(CPlayTiming::IsKeyFrameOnly(-3, true));
-  const struct {
-    int32_t from, to;
-    bool reset;
-  } cases[] = {{0, 1, false}, {0, 4, false}, {0, 5, true},  {2, -1, true},
-                        {-1, -2, false}, {-2, 0, true}, {-2, 6, true}, {5, 8, true}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(CPlayTiming::RateChangeResetsPacing(c.from, c.to), c.reset) << c.from << " -> " << c.to;
+  for (const auto& [from, to, reset] : {std::tuple{0, 1, false}, {0, 4, false}, {0, 5, true}, {2, -1, true},
+                                         {-1, -2, false}, {-2, 0, true}, {-2, 6, true}, {5, 8, true}}) {
+    EXPECT_EQ(CPlayTiming::RateChangeResetsPacing(from, to), reset) << from << " -> " << to;
   }
 }
 
@@ -54,12 +47,8 @@ TEST(PlayTiming, RateRules) {
 TEST(PlayTiming, PacingWithCarry) {
   uint32_t now = 0xFFFFFF00u;  // the tick wraps during the run
   CPlayTiming timing([&] { return now; });
-  struct Step {
-    uint32_t advance, interval;
-    bool due;
-    uint32_t carry;
-  };
-  const Step steps[] = {
+  using Step = std::tuple<uint32_t, uint32_t, bool, uint32_t>;
+  for (const auto& [advance, interval, due, carry] : std::initializer_list<Step>{
       {39, 40, false, 0},
       {1, 40, true, 0},     // exactly on time
       {45, 40, true, 5},    // 5 ms late: carried
@@ -72,13 +61,12 @@ TEST(PlayTiming, PacingWithCarry) {
       {27, 40, true, 27},
       {0, 6000, true, 0},   // an interval above 5000 ms restarts the pacing
       {0, 40, false, 0},
-  };
-  for (const Step& s : steps) {
-    now += s.advance;
-    const uint32_t wait = timing.MsUntilDue(s.interval);
-    EXPECT_EQ(timing.IsDue(s.interval), s.due) << "at " << now;
-    EXPECT_EQ(wait == 0, s.due);
-    EXPECT_EQ(timing.Carry(), s.carry) << "at " << now;
+  }) {
+    now += advance;
+    const uint32_t wait = timing.MsUntilDue(interval);
+    EXPECT_EQ(timing.IsDue(interval), due) << "at " << now;
+    EXPECT_EQ(wait == 0, due);
+    EXPECT_EQ(timing.Carry(), carry) << "at " << now;
   }
   now += 25;
   timing.ResetPacing();

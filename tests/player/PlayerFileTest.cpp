@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "GrecWriter.h"
@@ -25,8 +26,6 @@ using namespace std::chrono_literals;
 using zp::CPlayerFile;
 using zp::samples::VideoCodec;
 using zp::test::Picture;
-
-constexpr auto kDeadline = 30s;
 
 struct Recording {
   std::string path;
@@ -79,7 +78,7 @@ struct Observer {
   template <typename Pred>
   bool WaitFor(Pred pred) {
     std::unique_lock<std::mutex> lock(m);
-    return cv.wait_for(lock, kDeadline, [&] { return pred(*this); });
+    return cv.wait_for(lock, 30s, [&] { return pred(*this); });
   }
   void Attach(CPlayerFile* p) {
     player = p;
@@ -88,34 +87,22 @@ struct Observer {
   }
 };
 
-uint32_t PlayTime(CPlayerFile* player) {
-  uint32_t ms = 0;
-  player->GetPlayTime(&ms);
-  return ms;
-}
-
 // Every frame is decoded once, as libavcodec decodes it, with its own stamp (B-frames too); the
 // end comes once and comes again after a seek has read frames anew.
 TEST(PlayerFile, DecodesEveryFrameAsLibavcodecAndEndsOnce) {
   TempDir dir;
-  const struct {
-    const char* name;
-    VideoCodec codec;
-    bool bFrames, audio;
-  } cases[] = {{"h264.grec", VideoCodec::H264, false, true},
-                        {"h264b.grec", VideoCodec::H264, true, false},
-                        {"hevc.grec", VideoCodec::H265, false, true},
-                        {"h264.mpg", VideoCodec::H264, true, true}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    const bool hevc = c.codec == VideoCodec::H265;
+  for (const auto& [name, codec, bFrames, audio] :
+       {std::tuple{"h264.grec", VideoCodec::H264, false, true}, {"h264b.grec", VideoCodec::H264, true, false},
+        {"hevc.grec", VideoCodec::H265, false, true}, {"h264.mpg", VideoCodec::H264, true, true}}) {
+    SCOPED_TRACE(name);
+    const bool hevc = codec == VideoCodec::H265;
 #ifdef __SANITIZE_THREAD__
     // libavcodec's HEVC frame threads are not instrumented: their hand-over reads as a race.
     if (hevc) {
       continue;
     }
 #endif
-    const Recording rec = MakeRecording(dir, c.name, 30, 10, c.audio, c.codec, c.bFrames);
+    const Recording rec = MakeRecording(dir, name, 30, 10, audio, codec, bFrames);
     const auto reference = zp::test::DecodeAllPictures(hevc ? "hevc" : "h264", rec.video);
     ASSERT_EQ(reference.size(), rec.video.size());
 
@@ -147,14 +134,19 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   TempDir dir;
   const Recording rec = MakeRecording(dir, "seek.grec", 100, 25, false);
   CPlayerFile player;
+  const auto playTime = [&] {
+    uint32_t ms = 0;
+    player.GetPlayTime(&ms);
+    return ms;
+  };
   ASSERT_EQ(player.OpenFile(rec.path.c_str(), 0), 0);
   ASSERT_EQ(player.Play(), 0);
-  ASSERT_TRUE(zp::test::WaitUntil([&] { return PlayTime(&player) >= 200; }));
+  ASSERT_TRUE(zp::test::WaitUntil([&] { return playTime() >= 200; }));
   EXPECT_EQ(player.Pause(1), 0);
   std::this_thread::sleep_for(50ms);
-  const uint32_t pausedAt = PlayTime(&player);
+  const uint32_t pausedAt = playTime();
   std::this_thread::sleep_for(200ms);
-  EXPECT_EQ(PlayTime(&player), pausedAt);
+  EXPECT_EQ(playTime(), pausedAt);
 
   // A step shows its picture on the caller's thread: a close from the display callback there is
   // refused, not a wait for the step that called it.
@@ -166,18 +158,18 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   EXPECT_EQ(zp::test::RunWithDeadline("close from the display callback", [&] { return player.SetPlayTime(2000); },
                                       std::chrono::seconds(30)),
             0);
-  EXPECT_EQ(PlayTime(&player), 2000u);
+  EXPECT_EQ(playTime(), 2000u);
   EXPECT_EQ(closedFromDisplay, -1);
   player.SetDisplayCallBack(0, nullptr);
   // A step finds the ring empty while the next picture is still decoding (20 ms, kept); the
   // first step that shows anything must show the next picture.
-  EXPECT_TRUE(zp::test::WaitUntil([&] { return player.OneByOne() == 0 && PlayTime(&player) != 2000; }));
-  EXPECT_EQ(PlayTime(&player), 2040u);
+  EXPECT_TRUE(zp::test::WaitUntil([&] { return player.OneByOne() == 0 && playTime() != 2000; }));
+  EXPECT_EQ(playTime(), 2040u);
   // Key-frame steps land on key frames (one a second), forward then back.
   std::vector<uint32_t> steps;
   for (uint32_t forward : {1u, 1u, 0u}) {
     EXPECT_EQ(player.PlayOneIFrame(forward), 0);
-    steps.push_back(PlayTime(&player));
+    steps.push_back(playTime());
     EXPECT_EQ(steps.back() % 1000, 0u);
   }
   EXPECT_LT(steps[0], steps[1]);
@@ -189,8 +181,8 @@ TEST(PlayerFile, SeekStepPauseAndCapture) {
   EXPECT_EQ(player.SetPlayTime(60000), 1);
 
   EXPECT_EQ(player.Pause(0), 0);
-  const uint32_t resumedAt = PlayTime(&player);
-  EXPECT_TRUE(zp::test::WaitUntil([&] { return PlayTime(&player) >= resumedAt + 200; }));
+  const uint32_t resumedAt = playTime();
+  EXPECT_TRUE(zp::test::WaitUntil([&] { return playTime() >= resumedAt + 200; }));
   EXPECT_EQ(player.Close(), 0);
   EXPECT_EQ(player.Play(), 1);
 }

@@ -7,17 +7,16 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "AvReference.h"
 #include "SampleEncoder.h"
 #include "StreamWriter.h"
-#include "common/TempDir.h"
-#include "media/CRecFile.h"
+#include "media/MediaTestSupport.h"
 #include "support/Deadline.h"
 #include "zephplay.h"
 
@@ -57,10 +56,6 @@ struct Player {
     Picture pic = zp::test::PackPicture(y, u, v, yStride, uvStride, width, height);
     std::lock_guard<std::mutex> lock(self->m);
     self->pictures.push_back(std::move(pic));
-  }
-  size_t Decoded() {
-    std::lock_guard<std::mutex> lock(m);
-    return pictures.size();
   }
   uint64_t Shown() {
     uint64_t stamp = 0;
@@ -120,11 +115,12 @@ TEST(StreamExports, StreamBytesDecodeAsLibavcodecAndRefusalsLoseNothing) {
   }
   // Frames still waiting in the parser go on at the next call, and the decoder may keep the
   // last pictures back until more input comes.
+  size_t decoded = 0;
   ASSERT_TRUE(WaitUntil([&] {
     ZEPHPLAY_InputStreamData(player.h, nullptr, 0);
-    return player.Decoded() + 3 >= reference.size();
-  }))
-      << player.Decoded() << " of " << reference.size();
+    std::lock_guard<std::mutex> lock(player.m);
+    return (decoded = player.pictures.size()) + 3 >= reference.size();
+  })) << decoded << " of " << reference.size();
   std::this_thread::sleep_for(100ms);
   std::lock_guard<std::mutex> lock(player.m);
   ASSERT_LE(player.pictures.size(), reference.size());
@@ -216,18 +212,15 @@ TEST(StreamExports, RecordingAndStreamAttrSizesResets) {
   EXPECT_GT(ZEPHPLAY_GetPlayRecordStatus(player.h), 512);
   ASSERT_EQ(ZEPHPLAY_StopPlayRecord(player.h), 0);
   ASSERT_TRUE(player.PushAll(video, 60, 75));
-  std::unique_ptr<zp::CRecFile> reader(zp::CRecFile::CreateRecFile(path.c_str()));
+  const auto reader = mediatest::Open(path);
   ASSERT_NE(reader, nullptr);
-  zp::FrameHead* frame = nullptr;
-  size_t next = 25;
-  for (; reader->ReadFrame(&frame) == 0; ++next) {
-    ASSERT_LT(next, 60u);
-    EXPECT_EQ(frame->nType, video[next].key ? 0x63643000u : 0x63643100u);
-    EXPECT_EQ(frame->u64Stamp, kBase + video[next].stampUs);
-    EXPECT_EQ(std::vector<uint8_t>(frame->pData, frame->pData + frame->nLength), video[next].data);
-    reader->ReleaseFrame(frame);
+  const auto recorded = mediatest::ReadAll(reader.get());
+  ASSERT_EQ(recorded.size(), 35u);
+  for (size_t i = 0; i < recorded.size(); ++i) {
+    const EncodedFrame& f = video[25 + i];
+    EXPECT_EQ(std::tie(recorded[i].type, recorded[i].stamp, recorded[i].data),
+              std::make_tuple(f.key ? 0x63643000u : 0x63643100u, kBase + f.stampUs, f.data)) << "frame " << 25 + i;
   }
-  EXPECT_EQ(next, 60u);
   ZEPHPLAY_Pause(player.h, 1);
   const struct {
     std::vector<uint8_t> attr;

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "AvReference.h"
@@ -134,18 +135,14 @@ TEST(AudioEncoder, G711MatchesItuVectorsBitForBit) {
   const std::string dir = ZEPHPLAY_ITU_VECTORS "/g711/";
   const std::vector<int16_t> sweep = ReadWords(dir + "sweep.src");
   ASSERT_EQ(sweep.size(), 65536u);
-  const struct {
-    uint32_t coder;
-    const char* reference;
-    bool units;
-  } cases[] = {{17, "sweep-r.a", false}, {18, "sweep-r.u", false}, {10, "sweep-r.a", true}, {11, "sweep-r.u", true}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.coder);
-    Encoder encoder(c.coder);
+  for (const auto& [coder, file, units] : {std::tuple{17u, "sweep-r.a", false}, {18u, "sweep-r.u", false},
+                                            {10u, "sweep-r.a", true}, {11u, "sweep-r.u", true}}) {
+    SCOPED_TRACE(coder);
+    Encoder encoder(coder);
     ASSERT_EQ(encoder.opened, 0);
     const std::vector<uint8_t> stream = encoder.Stream(sweep, 3200);
-    const std::vector<uint8_t> codes = c.units ? Payloads(Units(stream), 164) : stream;
-    const std::vector<int16_t> reference = ReadWords(dir + c.reference);
+    const std::vector<uint8_t> codes = units ? Payloads(Units(stream), 164) : stream;
+    const std::vector<int16_t> reference = ReadWords(dir + file);
     ASSERT_EQ(codes.size(), 65536u / 1600 * 1600);
     for (size_t i = 0; i < codes.size(); ++i) {
       ASSERT_EQ(codes[i], reference[i] & 0xFF) << "sample " << i;
@@ -244,8 +241,7 @@ TEST(AudioEncoder, FramingHeadAndRefusals) {
     Encoder encoder(c.coder);
     ASSERT_EQ(encoder.opened, 0);
     std::vector<uint8_t> frame(ZEPHPLAY_AUDIO_ENCODER_FRAME_SIZE(c.length));
-    uint32_t frameLen = 0;
-    uint32_t length = c.length;
+    uint32_t frameLen = 0, length = c.length;
     const int32_t rc = c.oneFrame ? ZEPHPLAY_AudioEncOneFrame(encoder.handle, pcm.data(), &length, frame.data(), &frameLen)
                                   : ZEPHPLAY_AudioEncoderFrame(encoder.handle, pcm.data(), length, frame.data(), &frameLen);
     ASSERT_EQ(rc, c.result);
