@@ -68,11 +68,13 @@ inline std::unique_ptr<zp::CRecFile> Open(const std::string& path) {
   return std::unique_ptr<zp::CRecFile>(zp::CRecFile::CreateRecFile(path.c_str()));
 }
 
-// What a reader returned: type, stamp, payload (with the header for stepped key frames).
+// What a reader or a parser returned: type or tag, stamp, payload (with the header for stepped
+// key frames).
 struct Read {
   uint32_t type = 0;
   uint64_t stamp = 0;
   std::vector<uint8_t> data;
+  bool operator==(const Read&) const = default;
 };
 
 inline std::vector<Read> ReadAll(zp::CRecFile* reader, size_t limit = 1000000) {

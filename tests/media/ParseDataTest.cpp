@@ -11,12 +11,7 @@ using mediatest::StreamBytes;
 
 namespace {
 
-struct Got {
-  uint32_t tag;
-  uint64_t stamp;
-  std::vector<uint8_t> data;
-  bool operator==(const Got&) const = default;
-};
+using Got = mediatest::Read;
 
 // The feeder's loop: drain, input, drain; false when input is refused.
 bool Feed(CParseData* parser, const uint8_t* bytes, size_t n, std::vector<Got>* got) {
@@ -70,7 +65,7 @@ TEST(ParseData, RecoversEveryFrameFromRandomPiecesWithGarbage) {
     Feed(parser.get(), nullptr, 0, &got);
     ASSERT_EQ(got.size(), frames.size()) << "pieces up to " << maxPiece;
     for (size_t i = 0; i < frames.size(); ++i) {
-      EXPECT_EQ(got[i].tag, frames[i].tag);
+      EXPECT_EQ(got[i].type, frames[i].tag);
       const bool stamped = IsVideoKind(frames[i].tag) || IsAudioKind(frames[i].tag);
       EXPECT_EQ(got[i].stamp, stamped ? frames[i].stampUs : 0u);
       ASSERT_EQ(got[i].data, frames[i].data) << "frame " << i;
@@ -97,7 +92,7 @@ TEST(ParseData, RecognitionFollowsTheSubCodeRules) {
       EXPECT_TRUE(got[0] == (Got{c.tag, TagKind(c.tag) == FRAME_TAG_DATA ? 0u : 99u, payload}));
       EXPECT_EQ(TagToFrameType(c.tag), c.frameType);
     }
-    EXPECT_EQ(got.back().tag, FRAME_TAG_P);
+    EXPECT_EQ(got.back().type, FRAME_TAG_P);
   }
 }
 

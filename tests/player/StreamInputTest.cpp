@@ -4,18 +4,14 @@
 
 #include "StreamWriter.h"
 #include "common/CFrameQueue.h"
+#include "media/MediaTestSupport.h"
 #include "player/CStreamInput.h"
 
 using namespace zp;
 
 namespace {
 
-struct Got {
-  uint32_t tag;
-  uint64_t stamp;
-  std::vector<uint8_t> data;
-  bool operator==(const Got&) const = default;
-};
+using Got = mediatest::Read;
 
 // A sink over a real frame queue, small enough to fill up, that refuses tries at random and
 // resizes the queue (packing it) under frames being filled.
