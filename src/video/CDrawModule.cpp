@@ -146,9 +146,6 @@ int CDrawModule::InitDraw(uint32_t nWidth, uint32_t nHeight, uint32_t nMode) {
   m_nWidth = nWidth;
   m_nHeight = nHeight;
   m_nMode = nMode;
-  const size_t luma = static_cast<size_t>(nWidth) * nHeight;
-  const size_t chroma = static_cast<size_t>((nWidth + 1) / 2) * ((nHeight + 1) / 2);
-  m_adjusted.assign(luma + 2 * chroma, 0);
   m_bInit = true;
   return 0;
 }
@@ -386,10 +383,11 @@ void CDrawModule::UpdateTexture(const uint8_t* pY, const uint8_t* pU, const uint
     in.pV = pV;
     in.nYStride = nYStride;
     in.nUVStride = nUVStride;
-    m_params.ApplyColor(in, m_adjusted.data());
     const size_t luma = static_cast<size_t>(m_nWidth) * m_nHeight;
     const uint32_t cw = (m_nWidth + 1) / 2;
     const size_t chroma = static_cast<size_t>(cw) * ((m_nHeight + 1) / 2);
+    m_adjusted.resize(luma + 2 * chroma);  // allocates only on the first adjusted draw of a size
+    m_params.ApplyColor(in, m_adjusted.data());
     pY = m_adjusted.data();
     pU = pY + luma;
     pV = pU + chroma;

@@ -132,7 +132,8 @@ class CDrawModule {
   Osd m_osd[kOsdCount];
   CDrawParams m_params;
   Uploaded m_uploaded;
-  // Colour-adjusted planes, sized at InitDraw: used only while a colour parameter is set.
+  // Colour-adjusted planes, sized at the first draw with a colour parameter set: a player that
+  // never adjusts colour (or has no window) never pays for them.
   std::vector<uint8_t> m_adjusted;
 
   DrawDisplayNotify m_pfnDisplay = nullptr;
