@@ -137,17 +137,36 @@ BENCHMARK_CAPTURE(BM_PlayerDecode1080p, stamps_0_4ms_rate0, 100, 0)
 BENCHMARK_CAPTURE(BM_PlayerDecode1080p, stamps_40ms_rate4, 1, 4)
     ->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-// The baseline of the two above and of the playback's CPU: the same 100 frames, bare.
-// Iteration time: wall-clock; counters as above.
+// Splits the run time of the threads between two snapshots into the busiest thread's (the
+// decode thread's, in a playback) and the rest's.
+void ReportBusiestThread(benchmark::State& state, const std::map<int, uint64_t>& before,
+                         const std::map<int, uint64_t>& after) {
+  uint64_t busiest = 0;
+  uint64_t total = 0;
+  for (const auto& [tid, ns] : after) {
+    const auto it = before.find(tid);
+    const uint64_t ran = ns - (it == before.end() ? 0 : it->second);
+    busiest = std::max(busiest, ran);
+    total += ran;
+  }
+  state.counters["busiest_thread_ms"] = static_cast<double>(busiest) * 1e-6;
+  state.counters["other_threads_ms"] = static_cast<double>(total - busiest) * 1e-6;
+}
+
+// The baseline of the two above and of the playback's CPU: the same frames, bare (argument:
+// groups of 2 s). Iteration time: wall-clock; counters as above, and the minor page faults.
 void BM_BareDecode1080p(benchmark::State& state) {
   const auto& gop = zp::bench::Gop1080p();
-  const int frames = zp::bench::kGopFrames * kThroughputRepeat;
+  const int groups = static_cast<int>(state.range(0));
+  const int frames = zp::bench::kGopFrames * groups;
   for (auto _ : state) {
+    const uint64_t faults0 = zp::bench::MinorFaults();
     const double cpu0 = ProcessCpuSeconds();
     const double wall0 = WallSeconds();
-    const int pictures = zp::bench::BareDecode(gop, kThroughputRepeat);
+    const int pictures = zp::bench::BareDecode(gop, groups);
     const double wall = WallSeconds() - wall0;
     const double cpu = ProcessCpuSeconds() - cpu0;
+    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
     if (pictures != frames) {
       state.SkipWithError("bare decode lost pictures");
       break;
@@ -158,7 +177,7 @@ void BM_BareDecode1080p(benchmark::State& state) {
     state.counters["cpu_ms"] = cpu * 1e3;
   }
 }
-BENCHMARK(BM_BareDecode1080p)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BareDecode1080p)->Arg(kThroughputRepeat)->Arg(kSeekRepeat)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // The same bare loop sending a packet every 40 ms, as the playback below decodes: what pacing
 // alone costs the decoder (cold caches after each sleep). Counter: process CPU (cpu_ms).
@@ -254,8 +273,9 @@ BENCHMARK(BM_BareGop1080p)->Iterations(1)->UseManualTime()->Unit(benchmark::kMil
 // opened and playing player (rss_peak_mib: peak over the run; rss_end_mib: at the end), and
 // drift_pct and hop_ms as above (here a picture waits in the ring for its time to be shown).
 void BM_Playback1080p25(benchmark::State& state) {
-  const std::string& path = zp::bench::Recording1080p(kThroughputRepeat, 1);
-  const int frames = zp::bench::kGopFrames * kThroughputRepeat;
+  const int groups = static_cast<int>(state.range(0));
+  const std::string& path = zp::bench::Recording1080p(groups, 1);
+  const int frames = zp::bench::kGopFrames * groups;
   for (auto _ : state) {
     zp::bench::RestartResidentPeak();
     const uint64_t rss0 = zp::bench::ResidentBytes();
@@ -265,10 +285,14 @@ void BM_Playback1080p25(benchmark::State& state) {
       state.SkipWithError("open failed");
       break;
     }
+    const auto runs0 = zp::bench::ThreadRunNanoseconds();
+    const uint64_t faults0 = zp::bench::MinorFaults();
     const double cpu0 = ProcessCpuSeconds();
     const double wall0 = WallSeconds();
     const bool played = ZEPHPLAY_Play(probe.Handle()) == 0 && probe.WaitEnd(kDeadlineSeconds, &endAt);
     const double cpu = ProcessCpuSeconds() - cpu0;
+    ReportBusiestThread(state, runs0, zp::bench::ThreadRunNanoseconds());
+    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
     const auto shown = probe.Displayed();
     if (!played || probe.Decoded().size() != static_cast<size_t>(frames) || shown.size() < 2) {
       state.SkipWithError("playback did not end with every picture decoded");
@@ -278,12 +302,12 @@ void BM_Playback1080p25(benchmark::State& state) {
     state.counters["cpu_ms"] = cpu * 1e3;
     state.counters["shown"] = static_cast<double>(shown.size());
     ReportDrift(state, shown, wall0);
-    Report(state, "hop_ms", Summarise(HopsMs(zp::bench::Stamps1080p(kThroughputRepeat, 1), probe.Decoded(), shown)));
+    Report(state, "hop_ms", Summarise(HopsMs(zp::bench::Stamps1080p(groups, 1), probe.Decoded(), shown)));
     state.counters["rss_peak_mib"] = static_cast<double>(zp::bench::PeakResidentBytes() - rss0) / kMiB;
     state.counters["rss_end_mib"] = (static_cast<double>(zp::bench::ResidentBytes()) - static_cast<double>(rss0)) / kMiB;
   }
 }
-BENCHMARK(BM_Playback1080p25)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Playback1080p25)->Arg(kThroughputRepeat)->Arg(kSeekRepeat)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // A 1080p player paused after its first picture, left alone for 3 s. Iteration time: those 3 s.
 // Counters: process CPU over them as a percentage of one core, and the threads' wake-ups

@@ -75,7 +75,10 @@ bool PlayerProbe::WaitEnd(double seconds, double* pAt) {
 
 bool PlayerProbe::WaitDisplayed(size_t count, double seconds) {
   std::unique_lock<std::mutex> lock(m_lock);
-  return m_changed.wait_for(lock, Seconds(seconds), [&] { return m_displayed.size() >= count; });
+  m_displayWanted = count;
+  const bool shown = m_changed.wait_for(lock, Seconds(seconds), [&] { return m_displayed.size() >= count; });
+  m_displayWanted = kNobodyWaits;
+  return shown;
 }
 
 std::vector<PlayerProbe::Event> PlayerProbe::Decoded() {
@@ -88,14 +91,17 @@ std::vector<PlayerProbe::Event> PlayerProbe::Displayed() {
   return m_displayed;
 }
 
-// Past the reserved capacity notes are dropped, never allocated for.
+// Past the reserved capacity notes are dropped, never allocated for. The waiter is woken only
+// when the count it waits for is reached: a wake-up per picture would be charged to the player.
 void PlayerProbe::Note(std::vector<Event>* pEvents, uint64_t stampUs) {
   const double now = WallSeconds();
   std::lock_guard<std::mutex> lock(m_lock);
   if (pEvents->size() < pEvents->capacity()) {
     pEvents->push_back({stampUs, now});
   }
-  m_changed.notify_all();
+  if (pEvents == &m_displayed && m_displayed.size() >= m_displayWanted) {
+    m_changed.notify_all();
+  }
 }
 
 void PlayerProbe::OnDecoded(uint64_t user, const uint8_t*, const uint8_t*, const uint8_t*, int32_t, int32_t, int32_t,

@@ -56,6 +56,8 @@ class PlayerProbe {
   std::condition_variable m_changed;
   std::vector<Event> m_decoded;
   std::vector<Event> m_displayed;
+  static constexpr size_t kNobodyWaits = SIZE_MAX;
+  size_t m_displayWanted = kNobodyWaits;  // the count WaitDisplayed waits for
   bool m_ended = false;
   double m_endSeconds = 0;
 };

@@ -1,6 +1,7 @@
 #include "ProcessStats.h"
 
 #include <malloc.h>
+#include <sys/resource.h>
 #include <time.h>
 
 #include <cstdio>
@@ -49,6 +50,25 @@ uint64_t VoluntarySwitches() {
     total += StatusValue(task.path().string() + "/status", "voluntary_ctxt_switches");
   }
   return total;
+}
+
+uint64_t MinorFaults() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<uint64_t>(usage.ru_minflt);
+}
+
+std::map<int, uint64_t> ThreadRunNanoseconds() {
+  std::map<int, uint64_t> runs;
+  std::error_code error;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task", error)) {
+    std::ifstream schedstat(task.path().string() + "/schedstat");
+    uint64_t ns = 0;
+    if (schedstat >> ns) {
+      runs[std::stoi(task.path().filename().string())] = ns;
+    }
+  }
+  return runs;
 }
 
 void RestartResidentPeak() {
