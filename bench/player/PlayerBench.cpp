@@ -267,11 +267,13 @@ void BM_BareGop1080p(benchmark::State& state) {
 }
 BENCHMARK(BM_BareGop1080p)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
-// 4 s of 1080p at 25 fps played at rate 0, headless. Iteration time: from ZEPHPLAY_Play to the
-// end callback. Counters: process CPU over that time (cpu_ms; the baseline is
-// BM_BareDecode1080p's cpu_ms, the same frames), the growth of the resident size over an
-// opened and playing player (rss_peak_mib: peak over the run; rss_end_mib: at the end), and
-// drift_pct and hop_ms as above (here a picture waits in the ring for its time to be shown).
+// 1080p at 25 fps played at rate 0, headless (argument: groups of 2 s). Iteration time: from
+// ZEPHPLAY_Play to the end callback. Counters: process CPU over that time (cpu_ms; the baseline
+// is BM_BareDecode1080p's cpu_ms with the same argument), split into the busiest thread's (the
+// decode thread) and the other threads' run time, the minor page faults over it, the growth of
+// the resident size over an opened and playing player (rss_peak_mib: peak over the run;
+// rss_end_mib: at the end), and drift_pct and hop_ms as above (here a picture waits in the ring
+// for its time to be shown).
 void BM_Playback1080p25(benchmark::State& state) {
   const int groups = static_cast<int>(state.range(0));
   const std::string& path = zp::bench::Recording1080p(groups, 1);
