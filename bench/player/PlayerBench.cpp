@@ -154,7 +154,9 @@ void ReportBusiestThread(benchmark::State& state, const std::map<int, uint64_t>&
 }
 
 // The baseline of the two above and of the playback's CPU: the same frames, bare (argument:
-// groups of 2 s). Iteration time: wall-clock; counters as above, and the minor page faults.
+// groups of 2 s). Iteration time: wall-clock; counters as above, the minor page faults, and the
+// CPU after the first group went in (after_first_group_cpu_ms: without the opening's one-off
+// costs, the decoder's buffers made and faulted in).
 void BM_BareDecode1080p(benchmark::State& state) {
   const auto& gop = zp::bench::Gop1080p();
   const int groups = static_cast<int>(state.range(0));
@@ -163,9 +165,11 @@ void BM_BareDecode1080p(benchmark::State& state) {
     const uint64_t faults0 = zp::bench::MinorFaults();
     const double cpu0 = ProcessCpuSeconds();
     const double wall0 = WallSeconds();
-    const int pictures = zp::bench::BareDecode(gop, groups);
+    double cpuAfterFirst = 0;
+    const int pictures = zp::bench::BareDecode(gop, groups, 0, &cpuAfterFirst);
     const double wall = WallSeconds() - wall0;
     const double cpu = ProcessCpuSeconds() - cpu0;
+    state.counters["after_first_group_cpu_ms"] = (cpu0 + cpu - cpuAfterFirst) * 1e3;
     state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
     if (pictures != frames) {
       state.SkipWithError("bare decode lost pictures");
@@ -270,10 +274,11 @@ BENCHMARK(BM_BareGop1080p)->Iterations(1)->UseManualTime()->Unit(benchmark::kMil
 // 1080p at 25 fps played at rate 0, headless (argument: groups of 2 s). Iteration time: from
 // ZEPHPLAY_Play to the end callback. Counters: process CPU over that time (cpu_ms; the baseline
 // is BM_BareDecode1080p's cpu_ms with the same argument), split into the busiest thread's (the
-// decode thread) and the other threads' run time, the minor page faults over it, the growth of
-// the resident size over an opened and playing player (rss_peak_mib: peak over the run;
-// rss_end_mib: at the end), and drift_pct and hop_ms as above (here a picture waits in the ring
-// for its time to be shown).
+// decode thread) and the other threads' run time; the CPU after the first group's last picture
+// was shown (after_first_group_cpu_ms, against the bare loop's); the minor page faults; the
+// growth of the resident size over an opened and playing player (rss_peak_mib: peak over the
+// run; rss_end_mib: at the end); drift_pct and hop_ms as above (here a picture waits in the
+// ring for its time to be shown).
 void BM_Playback1080p25(benchmark::State& state) {
   const int groups = static_cast<int>(state.range(0));
   const std::string& path = zp::bench::Recording1080p(groups, 1);
@@ -287,12 +292,14 @@ void BM_Playback1080p25(benchmark::State& state) {
       state.SkipWithError("open failed");
       break;
     }
+    probe.MarkCpuAtDisplayed(zp::bench::kGopFrames);
     const auto runs0 = zp::bench::ThreadRunNanoseconds();
     const uint64_t faults0 = zp::bench::MinorFaults();
     const double cpu0 = ProcessCpuSeconds();
     const double wall0 = WallSeconds();
     const bool played = ZEPHPLAY_Play(probe.Handle()) == 0 && probe.WaitEnd(kDeadlineSeconds, &endAt);
     const double cpu = ProcessCpuSeconds() - cpu0;
+    state.counters["after_first_group_cpu_ms"] = (cpu0 + cpu - probe.CpuAtMark()) * 1e3;
     ReportBusiestThread(state, runs0, zp::bench::ThreadRunNanoseconds());
     state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
     const auto shown = probe.Displayed();

@@ -36,6 +36,11 @@ class PlayerProbe {
   // Waits up to `seconds` until `count` pictures in all have reached the display callback.
   bool WaitDisplayed(size_t count, double seconds);
 
+  // Notes the process's CPU seconds when the `count`-th picture reaches the display callback
+  // (call before playing); CpuAtMark gives it, 0 until then.
+  void MarkCpuAtDisplayed(size_t count);
+  double CpuAtMark();
+
   // Copies of the notes so far.
   std::vector<Event> Decoded();
   std::vector<Event> Displayed();
@@ -58,6 +63,8 @@ class PlayerProbe {
   std::vector<Event> m_displayed;
   static constexpr size_t kNobodyWaits = SIZE_MAX;
   size_t m_displayWanted = kNobodyWaits;  // the count WaitDisplayed waits for
+  size_t m_cpuMarkCount = kNobodyWaits;
+  double m_cpuAtMark = 0;
   bool m_ended = false;
   double m_endSeconds = 0;
 };

@@ -13,6 +13,7 @@ extern "C" {
 }
 
 #include "GrecWriter.h"
+#include "ProcessStats.h"
 #include "StreamWriter.h"
 #include "platform/TempFile.h"
 
@@ -116,7 +117,8 @@ std::vector<uint64_t> Stamps1080p(int repeat, int stampDivisor) {
   return stamps;
 }
 
-int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uint64_t intervalUs) {
+int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uint64_t intervalUs,
+               double* pCpuAfterFirstPass) {
   const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
   AVCodecContext* ctx = avcodec_alloc_context3(codec);
   AVPacket* pkt = av_packet_alloc();
@@ -139,6 +141,9 @@ int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uin
         pkt->pts = static_cast<int64_t>(f.stampUs + static_cast<uint64_t>(pass) * kGopUs);
         avcodec_send_packet(ctx, pkt);
         receive();
+      }
+      if (pass == 0 && pCpuAfterFirstPass != nullptr) {
+        *pCpuAfterFirstPass = ProcessCpuSeconds();
       }
     }
     avcodec_send_packet(ctx, nullptr);
