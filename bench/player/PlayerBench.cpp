@@ -102,7 +102,7 @@ void BM_Pacing25fps(benchmark::State& state) {
 BENCHMARK(BM_Pacing25fps)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // Iteration time: from ZEPHPLAY_Play to the end callback. Counters: pictures per wall and per
-// process-CPU second, and the decode-to-display hop in ms.
+// process-CPU second, the decode-to-display hop in ms, and the minor page faults.
 void BM_PlayerDecode1080p(benchmark::State& state, int stampDivisor, int32_t rate) {
   const std::string& path = zp::bench::Recording1080p(kThroughputRepeat, stampDivisor);
   const int frames = zp::bench::kGopFrames * kThroughputRepeat;
@@ -113,11 +113,13 @@ void BM_PlayerDecode1080p(benchmark::State& state, int stampDivisor, int32_t rat
       state.SkipWithError("open failed");
       break;
     }
+    const uint64_t faults0 = zp::bench::MinorFaults();
     const double cpu0 = ProcessCpuSeconds();
     const double wall0 = WallSeconds();
     const bool played = ZEPHPLAY_Play(probe.Handle()) == 0 && ZEPHPLAY_SetPlayRate(probe.Handle(), rate) == 0 &&
                         probe.WaitEnd(kDeadlineSeconds, &endAt);
     const double cpu = ProcessCpuSeconds() - cpu0;
+    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
     const auto decoded = probe.Decoded();
     if (!played || decoded.size() != static_cast<size_t>(frames)) {
       state.SkipWithError("playback did not end with every picture decoded");
@@ -155,8 +157,8 @@ void ReportBusiestThread(benchmark::State& state, const std::map<int, uint64_t>&
 
 // The baseline of the two above and of the playback's CPU: the same frames, bare (argument:
 // groups of 2 s). Iteration time: wall-clock; counters as above, the minor page faults, and the
-// CPU after the first group went in (after_first_group_cpu_ms: without the opening's one-off
-// costs, the decoder's buffers made and faulted in).
+// CPU after the first group's pictures came out of the decoder (after_first_group_cpu_ms:
+// without the opening's one-off costs, the decoder's buffers made and faulted in).
 void BM_BareDecode1080p(benchmark::State& state) {
   const auto& gop = zp::bench::Gop1080p();
   const int groups = static_cast<int>(state.range(0));
@@ -166,7 +168,7 @@ void BM_BareDecode1080p(benchmark::State& state) {
     const double cpu0 = ProcessCpuSeconds();
     const double wall0 = WallSeconds();
     double cpuAfterFirst = 0;
-    const int pictures = zp::bench::BareDecode(gop, groups, 0, &cpuAfterFirst);
+    const int pictures = zp::bench::BareDecode(gop, groups, 0, zp::bench::kGopFrames, &cpuAfterFirst);
     const double wall = WallSeconds() - wall0;
     const double cpu = ProcessCpuSeconds() - cpu0;
     state.counters["after_first_group_cpu_ms"] = (cpu0 + cpu - cpuAfterFirst) * 1e3;
@@ -184,15 +186,21 @@ void BM_BareDecode1080p(benchmark::State& state) {
 BENCHMARK(BM_BareDecode1080p)->Arg(kThroughputRepeat)->Arg(kSeekRepeat)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 // The same bare loop sending a packet every 40 ms, as the playback below decodes: what pacing
-// alone costs the decoder (cold caches after each sleep). Counter: process CPU (cpu_ms).
+// alone costs the decoder. Counters: process CPU (cpu_ms), and after the first group and minor
+// page faults as in BM_BareDecode1080p.
 void BM_BarePaced1080p25(benchmark::State& state) {
   const auto& gop = zp::bench::Gop1080p();
   for (auto _ : state) {
+    const uint64_t faults0 = zp::bench::MinorFaults();
     const double cpu0 = ProcessCpuSeconds();
     const double wall0 = WallSeconds();
-    const int pictures = zp::bench::BareDecode(gop, kThroughputRepeat, 40000);
+    double cpuAfterFirst = 0;
+    const int pictures = zp::bench::BareDecode(gop, kThroughputRepeat, 40000, zp::bench::kGopFrames, &cpuAfterFirst);
     state.SetIterationTime(WallSeconds() - wall0);
-    state.counters["cpu_ms"] = (ProcessCpuSeconds() - cpu0) * 1e3;
+    const double cpu1 = ProcessCpuSeconds();
+    state.counters["cpu_ms"] = (cpu1 - cpu0) * 1e3;
+    state.counters["after_first_group_cpu_ms"] = (cpu1 - cpuAfterFirst) * 1e3;
+    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
     if (pictures != zp::bench::kGopFrames * kThroughputRepeat) {
       state.SkipWithError("bare decode lost pictures");
     }
@@ -274,11 +282,11 @@ BENCHMARK(BM_BareGop1080p)->Iterations(1)->UseManualTime()->Unit(benchmark::kMil
 // 1080p at 25 fps played at rate 0, headless (argument: groups of 2 s). Iteration time: from
 // ZEPHPLAY_Play to the end callback. Counters: process CPU over that time (cpu_ms; the baseline
 // is BM_BareDecode1080p's cpu_ms with the same argument), split into the busiest thread's (the
-// decode thread) and the other threads' run time; the CPU after the first group's last picture
-// was shown (after_first_group_cpu_ms, against the bare loop's); the minor page faults; the
-// growth of the resident size over an opened and playing player (rss_peak_mib: peak over the
-// run; rss_end_mib: at the end); drift_pct and hop_ms as above (here a picture waits in the
-// ring for its time to be shown).
+// decode thread) and the other threads' run time; the CPU after the first group's pictures
+// reached the decode callback (after_first_group_cpu_ms, against the bare loop's); the minor
+// page faults; the growth of the resident size over an opened and playing player
+// (rss_peak_mib: peak over the run; rss_end_mib: at the end); drift_pct and hop_ms as above
+// (here a picture waits in the ring for its time to be shown).
 void BM_Playback1080p25(benchmark::State& state) {
   const int groups = static_cast<int>(state.range(0));
   const std::string& path = zp::bench::Recording1080p(groups, 1);
@@ -292,7 +300,7 @@ void BM_Playback1080p25(benchmark::State& state) {
       state.SkipWithError("open failed");
       break;
     }
-    probe.MarkCpuAtDisplayed(zp::bench::kGopFrames);
+    probe.MarkCpuAtDecoded(zp::bench::kGopFrames);
     const auto runs0 = zp::bench::ThreadRunNanoseconds();
     const uint64_t faults0 = zp::bench::MinorFaults();
     const double cpu0 = ProcessCpuSeconds();

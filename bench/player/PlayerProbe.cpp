@@ -81,7 +81,7 @@ bool PlayerProbe::WaitDisplayed(size_t count, double seconds) {
   return shown;
 }
 
-void PlayerProbe::MarkCpuAtDisplayed(size_t count) {
+void PlayerProbe::MarkCpuAtDecoded(size_t count) {
   std::lock_guard<std::mutex> lock(m_lock);
   m_cpuMarkCount = count;
 }
@@ -109,13 +109,10 @@ void PlayerProbe::Note(std::vector<Event>* pEvents, uint64_t stampUs) {
   if (pEvents->size() < pEvents->capacity()) {
     pEvents->push_back({stampUs, now});
   }
-  if (pEvents != &m_displayed) {
-    return;
-  }
-  if (m_displayed.size() == m_cpuMarkCount) {
+  if (pEvents == &m_decoded && m_decoded.size() == m_cpuMarkCount) {
     m_cpuAtMark = ProcessCpuSeconds();
   }
-  if (m_displayed.size() >= m_displayWanted) {
+  if (pEvents == &m_displayed && m_displayed.size() >= m_displayWanted) {
     m_changed.notify_all();
   }
 }

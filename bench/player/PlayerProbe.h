@@ -36,9 +36,9 @@ class PlayerProbe {
   // Waits up to `seconds` until `count` pictures in all have reached the display callback.
   bool WaitDisplayed(size_t count, double seconds);
 
-  // Notes the process's CPU seconds when the `count`-th picture reaches the display callback
+  // Notes the process's CPU seconds when the `count`-th picture reaches the decode callback
   // (call before playing); CpuAtMark gives it, 0 until then.
-  void MarkCpuAtDisplayed(size_t count);
+  void MarkCpuAtDecoded(size_t count);
   double CpuAtMark();
 
   // Copies of the notes so far.

@@ -118,7 +118,7 @@ std::vector<uint64_t> Stamps1080p(int repeat, int stampDivisor) {
 }
 
 int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uint64_t intervalUs,
-               double* pCpuAfterFirstPass) {
+               int markPictures, double* pCpuAtMark) {
   const AVCodec* codec = avcodec_find_decoder(AV_CODEC_ID_H264);
   AVCodecContext* ctx = avcodec_alloc_context3(codec);
   AVPacket* pkt = av_packet_alloc();
@@ -126,7 +126,9 @@ int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uin
   int pictures = 0;
   const auto receive = [&] {
     while (avcodec_receive_frame(ctx, frame) == 0) {
-      ++pictures;
+      if (++pictures == markPictures && pCpuAtMark != nullptr) {
+        *pCpuAtMark = ProcessCpuSeconds();
+      }
       av_frame_unref(frame);
     }
   };
@@ -141,9 +143,6 @@ int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uin
         pkt->pts = static_cast<int64_t>(f.stampUs + static_cast<uint64_t>(pass) * kGopUs);
         avcodec_send_packet(ctx, pkt);
         receive();
-      }
-      if (pass == 0 && pCpuAfterFirstPass != nullptr) {
-        *pCpuAfterFirstPass = ProcessCpuSeconds();
       }
     }
     avcodec_send_packet(ctx, nullptr);

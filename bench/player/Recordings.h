@@ -36,8 +36,8 @@ std::vector<uint64_t> Stamps1080p(int repeat, int stampDivisor);
 // sends the group `repeat` times over, one packet after another, takes every picture ready,
 // flushes at the end and closes. Returns the pictures received. With intervalUs, the k-th
 // packet is sent k intervals after the first (a sleep in between), as a paced player would.
-// With pCpuAfterFirstPass, the process's CPU seconds once the first pass has gone in.
+// With pCpuAtMark, the process's CPU seconds when the markPictures-th picture came out.
 int BareDecode(const std::vector<samples::EncodedFrame>& frames, int repeat, uint64_t intervalUs = 0,
-               double* pCpuAfterFirstPass = nullptr);
+               int markPictures = 0, double* pCpuAtMark = nullptr);
 
 }  // namespace zp::bench
