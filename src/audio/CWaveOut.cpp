@@ -27,7 +27,10 @@ CWaveOut::CWaveOut(CAudioCacheControl::TickSource tick)
       m_pPcmScratch(new int16_t[kScratchSize / sizeof(int16_t)]),
       m_CacheControl(std::move(tick)) {}
 
-CWaveOut::~CWaveOut() { Stop(); }
+CWaveOut::~CWaveOut() {
+  Stop();
+  ReleaseAudio();
+}
 
 void CWaveOut::SetDecoder(CADEC* decoder) {
   CAutoLock lock(&m_decoderLock);
@@ -127,9 +130,12 @@ bool CWaveOut::OpenDevice(int rate) {
     return false;
   }
   CAutoLock lock(&SdlAudioLock());
-  if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) {
-    LogError("%s SDL_InitSubSystem failed: %s", "CWaveOut::Start", SDL_GetError());
-    return false;
+  if (!m_bAudioHeld) {
+    if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) {
+      LogError("%s SDL_InitSubSystem failed: %s", "CWaveOut::Start", SDL_GetError());
+      return false;
+    }
+    m_bAudioHeld = true;
   }
   SDL_AudioSpec want{};
   want.freq = rate;
@@ -143,7 +149,6 @@ bool CWaveOut::OpenDevice(int rate) {
   m_hWaveOut = SDL_OpenAudioDevice(nullptr, 0, &want, nullptr, 0);
   if (m_hWaveOut == 0) {
     LogError("%s SDL_OpenAudioDevice failed: %s", "CWaveOut::Start", SDL_GetError());
-    SDL_QuitSubSystem(SDL_INIT_AUDIO);
     return false;
   }
   SDL_PauseAudioDevice(m_hWaveOut, 0);
@@ -154,8 +159,15 @@ void CWaveOut::CloseDevice() {
   CAutoLock lock(&SdlAudioLock());
   // Joins the device thread: no callback runs after this.
   SDL_CloseAudioDevice(m_hWaveOut);
-  SDL_QuitSubSystem(SDL_INIT_AUDIO);
   m_hWaveOut = 0;
+}
+
+void CWaveOut::ReleaseAudio() {
+  CAutoLock lock(&SdlAudioLock());
+  if (m_bAudioHeld) {
+    SDL_QuitSubSystem(SDL_INIT_AUDIO);
+    m_bAudioHeld = false;
+  }
 }
 
 void CWaveOut::Stop() {

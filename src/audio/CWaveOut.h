@@ -89,6 +89,7 @@ class CWaveOut {
   void WavHeadInit(int* rate);
   bool OpenDevice(int rate);
   void CloseDevice();
+  void ReleaseAudio();
   void FreeBuffers();
   void InputWaveData(uint8_t* buffer, uint32_t len);
   int DecoderWave(uint8_t* out, uint32_t position, uint32_t limit);
@@ -100,6 +101,10 @@ class CWaveOut {
   WaveBuffer m_WaveHdr[2];
   std::atomic<uint8_t> m_nState{kStateClosed};
   uint32_t m_hWaveOut = 0;  // the SDL device, 0 when closed
+  // SDL's audio subsystem, held from the first start until this object goes (under the SDL
+  // audio lock): its shutdown can take 100 ms (ALSA joins its device-watch thread), and Start
+  // and Stop run under the player's play lock, where pictures would wait for it.
+  bool m_bAudioHeld = false;
   uint32_t m_nEmptyCount = 0;
   std::atomic<uint32_t> m_nNoDataEmptyLimit{0};
   uint32_t m_size_out = 1280;
