@@ -101,6 +101,23 @@ void BM_Pacing25fps(benchmark::State& state) {
 }
 BENCHMARK(BM_Pacing25fps)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
 
+// The process's CPU and minor page faults from its making on.
+struct CostMeter {
+  uint64_t faults0 = zp::bench::MinorFaults();
+  double cpu0 = ProcessCpuSeconds();
+
+  // Sets minor_faults and, given the CPU when the first group's pictures had come out of the
+  // decoder, after_first_group_cpu_ms. Returns the CPU seconds since the making.
+  double Report(benchmark::State& state, double cpuAtMark = 0) const {
+    const double cpu = ProcessCpuSeconds();
+    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
+    if (cpuAtMark > 0) {
+      state.counters["after_first_group_cpu_ms"] = (cpu - cpuAtMark) * 1e3;
+    }
+    return cpu - cpu0;
+  }
+};
+
 // Iteration time: from ZEPHPLAY_Play to the end callback. Counters: pictures per wall and per
 // process-CPU second, the decode-to-display hop in ms, and the minor page faults.
 void BM_PlayerDecode1080p(benchmark::State& state, int stampDivisor, int32_t rate) {
@@ -113,13 +130,11 @@ void BM_PlayerDecode1080p(benchmark::State& state, int stampDivisor, int32_t rat
       state.SkipWithError("open failed");
       break;
     }
-    const uint64_t faults0 = zp::bench::MinorFaults();
-    const double cpu0 = ProcessCpuSeconds();
+    const CostMeter meter;
     const double wall0 = WallSeconds();
     const bool played = ZEPHPLAY_Play(probe.Handle()) == 0 && ZEPHPLAY_SetPlayRate(probe.Handle(), rate) == 0 &&
                         probe.WaitEnd(kDeadlineSeconds, &endAt);
-    const double cpu = ProcessCpuSeconds() - cpu0;
-    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
+    const double cpu = meter.Report(state);
     const auto decoded = probe.Decoded();
     if (!played || decoded.size() != static_cast<size_t>(frames)) {
       state.SkipWithError("playback did not end with every picture decoded");
@@ -164,15 +179,12 @@ void BM_BareDecode1080p(benchmark::State& state) {
   const int groups = static_cast<int>(state.range(0));
   const int frames = zp::bench::kGopFrames * groups;
   for (auto _ : state) {
-    const uint64_t faults0 = zp::bench::MinorFaults();
-    const double cpu0 = ProcessCpuSeconds();
+    const CostMeter meter;
     const double wall0 = WallSeconds();
     double cpuAfterFirst = 0;
     const int pictures = zp::bench::BareDecode(gop, groups, 0, zp::bench::kGopFrames, &cpuAfterFirst);
     const double wall = WallSeconds() - wall0;
-    const double cpu = ProcessCpuSeconds() - cpu0;
-    state.counters["after_first_group_cpu_ms"] = (cpu0 + cpu - cpuAfterFirst) * 1e3;
-    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
+    const double cpu = meter.Report(state, cpuAfterFirst);
     if (pictures != frames) {
       state.SkipWithError("bare decode lost pictures");
       break;
@@ -191,16 +203,12 @@ BENCHMARK(BM_BareDecode1080p)->Arg(kThroughputRepeat)->Arg(kSeekRepeat)->Iterati
 void BM_BarePaced1080p25(benchmark::State& state) {
   const auto& gop = zp::bench::Gop1080p();
   for (auto _ : state) {
-    const uint64_t faults0 = zp::bench::MinorFaults();
-    const double cpu0 = ProcessCpuSeconds();
+    const CostMeter meter;
     const double wall0 = WallSeconds();
     double cpuAfterFirst = 0;
     const int pictures = zp::bench::BareDecode(gop, kThroughputRepeat, 40000, zp::bench::kGopFrames, &cpuAfterFirst);
     state.SetIterationTime(WallSeconds() - wall0);
-    const double cpu1 = ProcessCpuSeconds();
-    state.counters["cpu_ms"] = (cpu1 - cpu0) * 1e3;
-    state.counters["after_first_group_cpu_ms"] = (cpu1 - cpuAfterFirst) * 1e3;
-    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
+    state.counters["cpu_ms"] = meter.Report(state, cpuAfterFirst) * 1e3;
     if (pictures != zp::bench::kGopFrames * kThroughputRepeat) {
       state.SkipWithError("bare decode lost pictures");
     }
@@ -302,14 +310,11 @@ void BM_Playback1080p25(benchmark::State& state) {
     }
     probe.MarkCpuAtDecoded(zp::bench::kGopFrames);
     const auto runs0 = zp::bench::ThreadRunNanoseconds();
-    const uint64_t faults0 = zp::bench::MinorFaults();
-    const double cpu0 = ProcessCpuSeconds();
+    const CostMeter meter;
     const double wall0 = WallSeconds();
     const bool played = ZEPHPLAY_Play(probe.Handle()) == 0 && probe.WaitEnd(kDeadlineSeconds, &endAt);
-    const double cpu = ProcessCpuSeconds() - cpu0;
-    state.counters["after_first_group_cpu_ms"] = (cpu0 + cpu - probe.CpuAtMark()) * 1e3;
+    const double cpu = meter.Report(state, probe.CpuAtMark());
     ReportBusiestThread(state, runs0, zp::bench::ThreadRunNanoseconds());
-    state.counters["minor_faults"] = static_cast<double>(zp::bench::MinorFaults() - faults0);
     const auto shown = probe.Displayed();
     if (!played || probe.Decoded().size() != static_cast<size_t>(frames) || shown.size() < 2) {
       state.SkipWithError("playback did not end with every picture decoded");

@@ -77,7 +77,7 @@ bool PlayerProbe::WaitDisplayed(size_t count, double seconds) {
   std::unique_lock<std::mutex> lock(m_lock);
   m_displayWanted = count;
   const bool shown = m_changed.wait_for(lock, Seconds(seconds), [&] { return m_displayed.size() >= count; });
-  m_displayWanted = kNobodyWaits;
+  m_displayWanted = kNone;
   return shown;
 }
 

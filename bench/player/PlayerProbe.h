@@ -61,9 +61,9 @@ class PlayerProbe {
   std::condition_variable m_changed;
   std::vector<Event> m_decoded;
   std::vector<Event> m_displayed;
-  static constexpr size_t kNobodyWaits = SIZE_MAX;
-  size_t m_displayWanted = kNobodyWaits;  // the count WaitDisplayed waits for
-  size_t m_cpuMarkCount = kNobodyWaits;
+  static constexpr size_t kNone = SIZE_MAX;
+  size_t m_displayWanted = kNone;  // the count WaitDisplayed waits for
+  size_t m_cpuMarkCount = kNone;
   double m_cpuAtMark = 0;
   bool m_ended = false;
   double m_endSeconds = 0;
